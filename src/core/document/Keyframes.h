@@ -1,0 +1,55 @@
+#pragma once
+
+#include "core/document/Types.h"
+
+#include <QMap>
+
+namespace orvel {
+
+// One key of an animated property. Its time is the key of the map that holds it, relative to
+// the clip's timelineStartUs. Handles are offsets: dx in microseconds, dy in value units.
+struct Keyframe
+{
+    double value = 0.0;
+    double inDx = 0.0;
+    double inDy = 0.0;
+    double outDx = 0.0;
+    double outDy = 0.0;
+    bool corner = false; // editing hint only: the evaluator ignores it
+    bool hold = false;   // value stays constant until the next key
+};
+
+struct AnimatedProperty
+{
+    QMap<TimeUs, Keyframe> keyframes;
+    bool enabled = true;
+
+    bool isEmpty() const { return keyframes.isEmpty(); }
+};
+
+// A property holding one key at time 0: the form of a constant value.
+AnimatedProperty constantProperty(double value);
+
+// The cubic Bernstein form with control values p0..p3 at parameter u.
+double cubicBezier(double p0, double p1, double p2, double p3, double u);
+
+// Solves x(u) = x for a Bezier whose x control points rise from x0 to x3, by 24 rounds of plain
+// bisection. Shared by the keyframe evaluator and the speed curve tables.
+double solveBezierParameter(double x0, double x1, double x2, double x3, double x);
+
+// Value of a non-empty property at clip-local time t. An empty property gives 0, so callers
+// test for empty first.
+double valueAt(const AnimatedProperty &property, TimeUs t);
+
+// Inserts a key at exactly t with zero tangents and no flags, or changes only the value of an
+// existing key there.
+void setAt(AnimatedProperty &property, TimeUs t, double value);
+
+// Keys closer than this (inclusive) to an edit time are taken as "the key being edited".
+inline constexpr TimeUs kKeyframeSnapToleranceUs = 33333;
+
+// The keyed write behind every value edit. Returns whether it wrote; false means the edit falls
+// between keys of an animated property with auto-key off and must be refused.
+bool keyedWrite(AnimatedProperty &property, TimeUs t, double value, bool autoKey, bool force);
+
+} // namespace orvel
