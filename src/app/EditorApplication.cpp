@@ -1,0 +1,111 @@
+#include "app/EditorApplication.h"
+
+#include "addons/AddonManager.h"
+#include "addons/UpdateChecker.h"
+#include "app/FileDialogs.h"
+#include "app/ImageProviders.h"
+#include "catalog/FontCatalog.h"
+#include "core/AppController.h"
+#include "media/AssetLibrary.h"
+#include "ml/DenoiseScratch.h"
+#include "playback/PreviewItem.h"
+
+#include <QApplication>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(OrvelPlugin)
+
+namespace orvel {
+
+namespace {
+
+const char *const kModuleUri = "Orvel";
+
+void configureGraphicsBeforeApplication()
+{
+    // The compositor's GL thread shares textures with Qt Quick, which needs both of these before
+    // the application object exists.
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+}
+
+void nameApplication(QApplication &app)
+{
+    QCoreApplication::setApplicationName(QStringLiteral("Halvern Orvel"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Halvern Orvel"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.halvern.Orvel"));
+    app.setWindowIcon(QIcon(QStringLiteral(":/app/orvel.png")));
+}
+
+struct Services
+{
+    AssetLibrary *assetLibrary = nullptr;
+    EditorState *editor = nullptr;
+    FileDialogs *fileDialogs = nullptr;
+    AddonManager *addons = nullptr;
+    UpdateChecker *updates = nullptr;
+};
+
+// Built once, in this order, and destroyed after main returns in the reverse order.
+Services constructServices()
+{
+    static AssetLibrary assetLibrary;
+    static EditorState editor(&assetLibrary);
+    static FileDialogs fileDialogs;
+    static AddonManager addons;
+    static UpdateChecker updates;
+    return {&assetLibrary, &editor, &fileDialogs, &addons, &updates};
+}
+
+void registerSingletons(const Services &services)
+{
+    qmlRegisterSingletonInstance(kModuleUri, 1, 0, "AssetLibrary", services.assetLibrary);
+    qmlRegisterSingletonInstance<AppController>(kModuleUri, 1, 0, "EditorState", services.editor);
+    qmlRegisterSingletonInstance<AppController>(kModuleUri, 1, 0, "AppController", services.editor);
+    qmlRegisterSingletonInstance(kModuleUri, 1, 0, "FileDialogs", services.fileDialogs);
+    qmlRegisterSingletonInstance(kModuleUri, 1, 0, "Addons", services.addons);
+    qmlRegisterSingletonInstance(kModuleUri, 1, 0, "Updates", services.updates);
+}
+
+} // namespace
+
+QUrl mainComponentUrl()
+{
+    return QUrl(QStringLiteral("qrc:/qt/qml/Orvel/Main.qml"));
+}
+
+int runEditor(int argc, char **argv, const QUrl &rootComponent, const EditorStartupHooks &hooks)
+{
+    configureGraphicsBeforeApplication();
+    QApplication app(argc, argv);
+    nameApplication(app);
+
+    loadFontCatalog();
+    loadEmojiFonts();
+    sweepStaleDenoiseFiles();
+
+    qmlRegisterType<PreviewItem>(kModuleUri, 1, 0, "PreviewItem");
+    const Services services = constructServices();
+    registerSingletons(services);
+
+    QQmlApplicationEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    engine.addImageProvider(QStringLiteral("orvel"), new OrvelImageProvider);
+    engine.addImageProvider(QStringLiteral("segment"), new SegmentImageProvider);
+    engine.addImageProvider(QStringLiteral("clippreview"), new ClipPreviewImageProvider);
+    engine.addImageProvider(QStringLiteral("textstyle"), new TextStylePreviewImageProvider);
+    QObject::connect(
+        &engine, &QQmlApplicationEngine::objectCreationFailed, &app, [] { QCoreApplication::exit(-1); },
+        Qt::QueuedConnection);
+    // Qt 6.4 has no loadFromModule: the module's Main lives at its resource path instead.
+    engine.load(rootComponent);
+    if (hooks.afterLoad)
+        hooks.afterLoad(engine);
+    return app.exec();
+}
+
+} // namespace orvel

@@ -1,0 +1,115 @@
+#include "app/ImageProviders.h"
+
+#include "catalog/TextPresets.h"
+#include "ml/SegmentFrameStore.h"
+#include "playback/ClipPreviewFrameStore.h"
+
+#include <QFileInfo>
+#include <QUrl>
+#include <QUrlQuery>
+
+#include <algorithm>
+
+namespace orvel {
+
+QImage cutStripCell(const QImage &strip, int frame, int count)
+{
+    if (count < 1 || frame < 0 || strip.width() < count)
+        return strip;
+    const int cellWidth = strip.width() / count;
+    const int x = std::min(frame, count - 1) * cellWidth;
+    return strip.copy(x, 0, cellWidth, strip.height());
+}
+
+QImage scaleToRequested(const QImage &image, const QSize &requestedSize, Qt::AspectRatioMode mode)
+{
+    if (image.isNull() || !requestedSize.isValid() || requestedSize.width() <= 0 || requestedSize.height() <= 0)
+        return image;
+    return image.scaled(requestedSize, mode, Qt::SmoothTransformation);
+}
+
+} // namespace orvel
+
+namespace {
+
+QImage reportSize(const QImage &image, QSize *size)
+{
+    if (size)
+        *size = image.size();
+    return image;
+}
+
+} // namespace
+
+OrvelImageProvider::OrvelImageProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+
+QImage OrvelImageProvider::requestImage(const QString &id, QSize *size, const QSize &requestedSize)
+{
+    const qsizetype queryStart = id.indexOf(QLatin1Char('?'));
+    const QString encodedPath = queryStart < 0 ? id : id.left(queryStart);
+    int frame = -1;
+    int count = 0;
+    if (queryStart >= 0) {
+        const QUrlQuery query(id.mid(queryStart + 1));
+        bool ok = false;
+        const int parsedFrame = query.queryItemValue(QStringLiteral("frame")).toInt(&ok);
+        if (ok)
+            frame = parsedFrame;
+        const int parsedCount = query.queryItemValue(QStringLiteral("count")).toInt(&ok);
+        if (ok)
+            count = parsedCount;
+    }
+    const QString path = QUrl::fromPercentEncoding(encodedPath.toUtf8());
+    if (path.isEmpty())
+        return reportSize(QImage(), size);
+
+    QImage image;
+    if (path.startsWith(QLatin1String("qrc:")))
+        image.load(QLatin1Char(':') + path.mid(4));
+    else if (path.startsWith(QLatin1String(":/")))
+        image.load(path);
+    else if (QFileInfo::exists(path))
+        image.load(path);
+    if (image.isNull())
+        return reportSize(image, size);
+
+    image = orvel::cutStripCell(image, frame, count);
+    image = orvel::scaleToRequested(image, requestedSize, Qt::KeepAspectRatioByExpanding);
+    if (image.hasAlphaChannel())
+        image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    return reportSize(image, size);
+}
+
+SegmentImageProvider::SegmentImageProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+
+QImage SegmentImageProvider::requestImage(const QString &id, QSize *size, const QSize &requestedSize)
+{
+    const QString name = id.section(QLatin1Char('?'), 0, 0);
+    QImage image;
+    if (name == QLatin1String("frame"))
+        image = orvel::segmentFrameImage();
+    else if (name == QLatin1String("mask"))
+        image = orvel::segmentMaskImage();
+    return reportSize(orvel::scaleToRequested(image, requestedSize, Qt::KeepAspectRatio), size);
+}
+
+ClipPreviewImageProvider::ClipPreviewImageProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+
+QImage ClipPreviewImageProvider::requestImage(const QString &, QSize *size, const QSize &requestedSize)
+{
+    return reportSize(orvel::scaleToRequested(orvel::clipPreviewImage(), requestedSize, Qt::KeepAspectRatio), size);
+}
+
+TextStylePreviewImageProvider::TextStylePreviewImageProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+
+QImage TextStylePreviewImageProvider::requestImage(const QString &id, QSize *size, const QSize &)
+{
+    // Only presets in the program's table have a sample; the table and the text renderer that
+    // draws the samples arrive together, so today every id is unknown.
+    if (!orvel::findTextPreset(id)) {
+        if (size)
+            *size = QSize();
+        return QImage();
+    }
+    return reportSize(QImage(), size);
+}

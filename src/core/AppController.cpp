@@ -1,0 +1,168 @@
+#include "core/AppController.h"
+
+#include "media/AssetLibrary.h"
+
+#include <QSettings>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace {
+const QString kAuthorNameKey = QStringLiteral("authorName");
+const QString kGuidesEnabledKey = QStringLiteral("preview/guidesEnabled");
+const QString kGuideTypeKey = QStringLiteral("preview/guideType");
+const QString kAutoKeyKey = QStringLiteral("editor/autoKeyEnabled");
+} // namespace
+
+AppController::AppController(AssetLibrary *assetLibrary, QObject *parent)
+    : QObject(parent), m_assetLibrary(assetLibrary)
+{
+    m_project.author = QSettings().value(kAuthorNameKey).toString();
+    if (m_assetLibrary)
+        m_assetLibrary->setProject(&m_project);
+    connectSignals();
+    m_undoStack.setUndoLimit(50);
+    readSettings();
+    startAutosave();
+    checkForRecovery();
+}
+
+AppController::~AppController()
+{
+    m_autosaveTimer.stop();
+}
+
+void AppController::connectSignals()
+{
+    connect(this, &AppController::selectionChanged, this, &AppController::selectedClipDataChanged);
+    connect(this, &AppController::selectionChanged, this, &AppController::editCapabilitiesChanged);
+    connect(this, &AppController::tracksChanged, this, &AppController::selectedClipDataChanged);
+    connect(this, &AppController::tracksChanged, this, &AppController::editCapabilitiesChanged);
+    if (m_assetLibrary) {
+        connect(m_assetLibrary, &QAbstractItemModel::modelReset, this, &AppController::editCapabilitiesChanged);
+        connect(m_assetLibrary, &AssetLibrary::countChanged, this, &AppController::editCapabilitiesChanged);
+    }
+    connect(&m_undoStack, &QUndoStack::indexChanged, this, [this] {
+        emit undoStackChanged();
+        setDirty(true);
+    });
+    connect(&m_undoStack, &QUndoStack::cleanChanged, this, &AppController::undoStackChanged);
+    connect(this, &AppController::tracksChanged, this, &AppController::selectedTransitionDataChanged);
+}
+
+void AppController::readSettings()
+{
+    QSettings settings;
+    m_guidesEnabled = settings.value(kGuidesEnabledKey, false).toBool();
+    m_guideType = settings.value(kGuideTypeKey, QStringLiteral("thirds")).toString();
+    m_autoKeyEnabled = settings.value(kAutoKeyKey, false).toBool();
+}
+
+void AppController::setPlayheadSeconds(double seconds)
+{
+    const orvel::TimeUs requested = orvel::TimeUs(std::max(0.0, seconds) * 1e6);
+    if (requested == m_playheadUs)
+        return;
+    m_playheadUs = requested;
+    emit playheadSecondsChanged();
+}
+
+double AppController::durationSeconds() const
+{
+    return double(orvel::projectDurationUs(m_project)) / 1e6;
+}
+
+void AppController::setPlaying(bool playing)
+{
+    if (m_playing == playing)
+        return;
+    m_playing = playing;
+    emit playingChanged();
+}
+
+void AppController::setSnapEnabled(bool enabled)
+{
+    if (m_snapEnabled == enabled)
+        return;
+    m_snapEnabled = enabled;
+    emit snapEnabledChanged();
+}
+
+void AppController::setRippleEnabled(bool enabled)
+{
+    if (m_rippleEnabled == enabled)
+        return;
+    m_rippleEnabled = enabled;
+    emit rippleEnabledChanged();
+}
+
+void AppController::setAutoKeyEnabled(bool enabled)
+{
+    if (m_autoKeyEnabled == enabled)
+        return;
+    m_autoKeyEnabled = enabled;
+    QSettings().setValue(kAutoKeyKey, enabled);
+    emit autoKeyEnabledChanged();
+}
+
+void AppController::setGuidesEnabled(bool enabled)
+{
+    if (m_guidesEnabled == enabled)
+        return;
+    m_guidesEnabled = enabled;
+    QSettings().setValue(kGuidesEnabledKey, enabled);
+    emit guidesChanged();
+}
+
+void AppController::setGuideType(const QString &type)
+{
+    if (m_guideType == type)
+        return;
+    m_guideType = type;
+    QSettings().setValue(kGuideTypeKey, type);
+    emit guidesChanged();
+}
+
+void AppController::setLastMessage(const QString &message)
+{
+    m_lastMessage = message;
+    emit lastMessageChanged(); // repeated messages must toast again
+}
+
+void AppController::setDirty(bool dirty)
+{
+    if (m_dirty == dirty)
+        return;
+    m_dirty = dirty;
+    emit dirtyChanged();
+}
+
+void AppController::emitDocumentSignals()
+{
+    emit tracksChanged();
+    emit selectionChanged();
+    emit bookmarksChanged();
+    emit playheadSecondsChanged();
+    emit snapEnabledChanged();
+    emit rippleEnabledChanged();
+}
+
+QString AppController::imageUrl(const QString &path) const
+{
+    return QStringLiteral("image://orvel/") + QString::fromUtf8(QUrl::toPercentEncoding(path));
+}
+
+QString AppController::filmstripFrameUrl(const QString &path, int frame, int count) const
+{
+    return imageUrl(path) + QStringLiteral("?frame=%1&count=%2").arg(frame).arg(count);
+}
+
+void AppController::undo()
+{
+    m_undoStack.undo();
+}
+
+void AppController::redo()
+{
+    m_undoStack.redo();
+}

@@ -1,0 +1,18 @@
+#include "core/AppPaths.h"
+
+#include <QDir>
+#include <QStandardPaths>
+
+namespace orvel {
+
+QString appDataDirectory()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+}
+
+QString autosaveFilePath()
+{
+    return QDir(appDataDirectory()).filePath(QStringLiteral("recovery/autosave.json"));
+}
+
+} // namespace orvel

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+namespace orvel {
+
+// The platform's per-application writable data folder, and the files the editor keeps below it.
+QString appDataDirectory();
+QString autosaveFilePath(); // AppData/recovery/autosave.json
+
+} // namespace orvel

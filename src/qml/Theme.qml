@@ -1,0 +1,67 @@
+pragma Singleton
+import QtQuick
+
+// Design tokens shared by every component. Dark or light follows the system until
+// toggleDarkMode() sets an override for this session; nothing persists it.
+QtObject {
+    id: theme
+
+    // Qt 6.4 does not report the system colour scheme (styleHints.colorScheme arrived in 6.5),
+    // so the system side is read from the palette's window lightness.
+    readonly property bool systemDark: Qt.application.palette.window.hslLightness < 0.5
+    property var darkOverride: undefined
+    readonly property bool dark: darkOverride === undefined ? systemDark : darkOverride
+
+    function toggleDarkMode() {
+        darkOverride = !dark
+    }
+
+    readonly property string fontFamily: Qt.fontFamilies().indexOf("Inter") >= 0 ? "Inter" : "sans-serif"
+    readonly property string monoFontFamily: "monospace"
+
+    readonly property color appBackground: dark ? "#0d0d0d" : "#ffffff"
+    readonly property color foreground: dark ? "#dedede" : "#1c1c1c"
+    readonly property color mutedForeground: dark ? "#808080" : "#7a7a7a"
+    readonly property color panelBackground: dark ? "#1a1a1a" : "#f9fafb"
+    readonly property color panelBorder: dark ? "#2e2e2e" : "#dedede"
+    readonly property color primary: "#F8B81C"
+    readonly property color primaryForeground: "#221900"
+    readonly property color focusRing: primary
+    readonly property color destructive: "#e91616"
+    readonly property color warning: "#f97316"
+
+    readonly property color clipText: "#5DBAA0"
+    readonly property color clipSubtitle: "#4A9FD4"
+    readonly property color clipAudio: "#8F5DBA"
+    readonly property color clipGraphic: "#BA5D7A"
+    readonly property color clipVideoPlaceholder: "#2b2b2b"
+
+    readonly property real radiusXs: 3
+    readonly property real radiusSm: 5.6
+    readonly property real radiusMd: 10.4
+    readonly property real radiusLg: 13.12
+    readonly property real radiusPill: 999
+
+    readonly property real fontSizeTiny: 9.6
+    readonly property real fontSizeTick: 10
+    readonly property real fontSizeCard: 11.2
+    readonly property real fontSizeXs: 11.52
+    readonly property real fontSizeSm: 12.64
+    readonly property real fontSizeBase: 14.72
+
+    readonly property int durationFast: 90
+    readonly property int durationBase: 140
+    readonly property int durationSlow: 220
+    readonly property int easing: Easing.OutCubic
+
+    readonly property int windowMinimumWidth: 900
+    readonly property int windowMinimumHeight: 560
+    readonly property real headerHeight: 54.4
+    readonly property real pagePadding: 12
+    readonly property real panelGap: 3
+    readonly property real panelHeaderHeight: 44
+    readonly property real spacingSm: 4
+    readonly property real spacingMd: 6
+
+    readonly property var icons: ({})
+}

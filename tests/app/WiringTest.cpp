@@ -1,0 +1,66 @@
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct ProbeResult
+{
+    int exitCode = -1000;
+    QString output;
+};
+
+ProbeResult runProbe(const QStringList &arguments, const QString &homeDir)
+{
+    QProcess probe;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), homeDir + QStringLiteral("/config"));
+    env.insert(QStringLiteral("XDG_DATA_HOME"), homeDir + QStringLiteral("/data"));
+    env.insert(QStringLiteral("XDG_CACHE_HOME"), homeDir + QStringLiteral("/cache"));
+    probe.setProcessEnvironment(env);
+    probe.setProcessChannelMode(QProcess::MergedChannels);
+    probe.start(QCoreApplication::applicationDirPath() + QStringLiteral("/orvel_wiring_probe"), arguments);
+    if (!probe.waitForFinished(60000)) {
+        probe.kill();
+        probe.waitForFinished();
+        return {};
+    }
+    ProbeResult result;
+    result.exitCode = probe.exitStatus() == QProcess::NormalExit ? probe.exitCode() : -999;
+    result.output = QString::fromLocal8Bit(probe.readAll());
+    return result;
+}
+
+} // namespace
+
+TEST(ApplicationWiring, MainLoadsWithoutWarningsAndBothSingletonNamesAreOneObject)
+{
+    QTemporaryDir home;
+    const QString screenshot = home.filePath(QStringLiteral("main.png"));
+    const ProbeResult result = runProbe({QStringLiteral("main"), screenshot}, home.path());
+    EXPECT_EQ(result.exitCode, 0) << qPrintable(result.output);
+
+    // The window really rendered: at its requested size, with the dark background and panels.
+    const QImage image(screenshot);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(image.size() / image.devicePixelRatio(), QSize(1280, 800));
+    EXPECT_EQ(image.pixelColor(2, 2).name(), QStringLiteral("#0d0d0d"));
+    EXPECT_EQ(image.pixelColor(image.width() / 2, image.height() / 3).name(), QStringLiteral("#1a1a1a"));
+}
+
+TEST(ApplicationWiring, FailingRootComponentExitsWithMinusOne)
+{
+    QTemporaryDir home;
+    const QString broken = home.filePath(QStringLiteral("Broken.qml"));
+    QFile file(broken);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("import QtQuick\nItem { propertyThatDoesNotExist: 1 }\n");
+    file.close();
+    const ProbeResult result = runProbe({QStringLiteral("root"), broken}, home.path());
+    EXPECT_EQ(result.exitCode, 255) << qPrintable(result.output); // exit(-1) as seen by the parent
+}
