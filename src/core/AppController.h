@@ -10,7 +10,7 @@
 #include <QUndoStack>
 #include <QVariantMap>
 
-class AssetLibrary;
+#include "media/AssetLibrary.h"
 
 // The editor's one controller: it owns the live Project, the undo stack and the editing state,
 // and every edit from QML enters through its slots. It lives on the main thread. Its QML face is

@@ -7,8 +7,9 @@ QtObject {
     id: theme
 
     // Qt 6.4 does not report the system colour scheme (styleHints.colorScheme arrived in 6.5),
-    // so the system side is read from the palette's window lightness.
-    readonly property bool systemDark: Qt.application.palette.window.hslLightness < 0.5
+    // so the system side is read from the lightness of the system palette's window colour.
+    property SystemPalette systemPalette: SystemPalette {}
+    readonly property bool systemDark: systemPalette.window.hslLightness < 0.5
     property var darkOverride: undefined
     readonly property bool dark: darkOverride === undefined ? systemDark : darkOverride
 

@@ -1,4 +1,5 @@
 // The Toasts queue and Theme tokens, driven through a QML engine as components use them.
+#include <QColor>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QtQml/qqmlextensionplugin.h>
@@ -8,8 +9,6 @@
 #include <memory>
 
 Q_IMPORT_QML_PLUGIN(OrvelPlugin)
-
-namespace {
 
 class ToastsTest : public testing::Test
 {
@@ -51,8 +50,6 @@ protected:
     QQmlEngine engine;
     std::unique_ptr<QObject> root;
 };
-
-} // namespace
 
 TEST_F(ToastsTest, EmptyMessageIsRefused)
 {
