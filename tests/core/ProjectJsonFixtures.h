@@ -2,9 +2,9 @@
 
 #include "core/document/Project.h"
 
+#include <QDateTime>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QDateTime>
 
 // A project in which every field differs from its default, so that a write-read-write cycle
 // exercises every key of the format.
