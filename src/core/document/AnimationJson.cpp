@@ -10,9 +10,10 @@
 namespace orvel {
 
 using namespace Qt::StringLiterals;
-using namespace jsonvalue;
-
 namespace animationjson {
+
+// Kept inside this file's own namespace so that unity builds do not spread it.
+using namespace jsonvalue;
 
 // Tangents this small are noise from editing and are left out of the file.
 constexpr double kTangentEpsilon = 1e-12;
@@ -128,6 +129,7 @@ QJsonObject animatedPropertyToJson(const AnimatedProperty &property)
 
 AnimatedProperty animatedPropertyFromJson(const QJsonObject &json)
 {
+    using namespace jsonvalue;
     AnimatedProperty property;
     const QJsonArray keys = readArray(json, "keyframes"_L1);
     for (const QJsonValue &element : keys) {

@@ -10,9 +10,10 @@
 namespace orvel {
 
 using namespace Qt::StringLiterals;
-using namespace jsonvalue;
-
 namespace projectread {
+
+// Kept inside this file's own namespace so that unity builds do not spread it.
+using namespace jsonvalue;
 
 // Documents below this version use the old clip, asset and bookmark forms.
 constexpr int kFirstModernVersion = 2;
@@ -359,6 +360,7 @@ Clip clipFromJson(const QJsonObject &json, int canvasWidth, int canvasHeight)
 
 Project projectFromJson(const QJsonObject &json, QString *error)
 {
+    using namespace jsonvalue;
     Project project;
     projectread::ReadContext context;
     // No upper bound: a newer document is read with the current forms and unknown keys dropped.

@@ -8,9 +8,10 @@
 namespace orvel {
 
 using namespace Qt::StringLiterals;
-using namespace jsonvalue;
-
 namespace projectwrite {
+
+// Kept inside this file's own namespace so that unity builds do not spread it.
+using namespace jsonvalue;
 
 QJsonArray cuesToJson(const QList<SubtitleCue> &cues)
 {

@@ -10,9 +10,10 @@
 namespace orvel {
 
 using namespace Qt::StringLiterals;
-using namespace jsonvalue;
-
 namespace stylejson {
+
+// Kept inside this file's own namespace so that unity builds do not spread it.
+using namespace jsonvalue;
 
 QJsonObject highlightToJson(const TextHighlightBox &box)
 {
@@ -203,6 +204,7 @@ QJsonObject textStyleToJson(const TextStyle &style)
 
 TextStyle textStyleFromJson(const QJsonObject &json)
 {
+    using namespace jsonvalue;
     TextStyle style;
     stylejson::readTextBasics(json, style);
     stylejson::readTextDecorations(json, style);
@@ -214,6 +216,7 @@ TextStyle textStyleFromJson(const QJsonObject &json)
 
 QJsonObject shapeStyleToJson(const ShapeStyle &style)
 {
+    using namespace jsonvalue;
     QJsonObject json;
     json.insert("kind"_L1, shapeKindName(style.kind));
     json.insert("fillKind"_L1, shapeFillKindName(style.fillKind));
@@ -235,6 +238,7 @@ QJsonObject shapeStyleToJson(const ShapeStyle &style)
 
 ShapeStyle shapeStyleFromJson(const QJsonObject &json)
 {
+    using namespace jsonvalue;
     ShapeStyle style;
     const QJsonValue kind = json.value("kind"_L1);
     if (kind.isString())
@@ -258,6 +262,7 @@ ShapeStyle shapeStyleFromJson(const QJsonObject &json)
 
 QJsonObject clipMaskToJson(const ClipMask &mask)
 {
+    using namespace jsonvalue;
     QJsonObject json;
     json.insert("shape"_L1, maskShapeName(mask.shape));
     json.insert("x"_L1, mask.x);
@@ -278,6 +283,7 @@ QJsonObject clipMaskToJson(const ClipMask &mask)
 
 ClipMask clipMaskFromJson(const QJsonObject &json)
 {
+    using namespace jsonvalue;
     ClipMask mask;
     mask.shape = maskShapeFromName(readString(json, "shape"_L1));
     mask.x = readDouble(json, "x"_L1, mask.x);
