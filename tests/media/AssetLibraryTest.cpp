@@ -1,0 +1,357 @@
+#include "media/AssetLibrary.h"
+#include "media/Thumbnails.h"
+
+#include "TestMedia.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QTest>
+#include <QThreadPool>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace orvel;
+
+namespace {
+
+bool waitUntil(const std::function<bool()> &done, int timeoutMs = 30000)
+{
+    return QTest::qWaitFor(done, timeoutMs);
+}
+
+// Occupies every thread of the global pool until released, so that jobs queue behind it.
+class PoolHold
+{
+public:
+    PoolHold() : m_threads(QThreadPool::globalInstance()->maxThreadCount())
+    {
+        for (int i = 0; i < m_threads; ++i)
+            QThreadPool::globalInstance()->start([this] { m_gate.acquire(); });
+    }
+    ~PoolHold() { release(); }
+    void release()
+    {
+        m_gate.release(m_threads);
+        m_threads = 0;
+    }
+
+private:
+    QSemaphore m_gate;
+    int m_threads = 0;
+};
+
+QList<QUrl> localUrls(const QStringList &paths)
+{
+    QList<QUrl> urls;
+    for (const QString &path : paths)
+        urls << QUrl::fromLocalFile(path);
+    return urls;
+}
+
+Asset recordOf(const QString &name, AssetKind kind)
+{
+    Asset asset;
+    asset.id = newUuid();
+    asset.name = name;
+    asset.path = "/media/" + name;
+    asset.kind = kind;
+    return asset;
+}
+
+QStringList rowNames(const AssetLibrary &library)
+{
+    QStringList names;
+    for (int row = 0; row < library.count(); ++row)
+        names << library.data(library.index(row), AssetLibrary::NameRole).toString();
+    return names;
+}
+
+} // namespace
+
+class AssetLibraryTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite() { TestMedia::instance(); }
+    void SetUp() override { library.setProject(&project); }
+    QString media(const char *name) { return TestMedia::instance().path(name); }
+
+    Project project;
+    AssetLibrary library;
+};
+
+TEST_F(AssetLibraryTest, ImportShowsRowsAtOnceThenCompletesOrDropsThem)
+{
+    QSignalSpy counts(&library, &AssetLibrary::countChanged);
+    QSignalSpy metadata(&library, &AssetLibrary::assetMetadataChanged);
+    QList<QUrl> urls = localUrls({media("av.mp4"), media("fake.mp4"), media("cover.mp3")});
+    urls << QUrl() << QUrl(media("fake.png"))                // no scheme: the text is the path
+         << QUrl::fromLocalFile(TestMedia::instance().dir()) // a folder is not a file
+         << QUrl::fromLocalFile(TestMedia::instance().dir() + "/missing.mp4")
+         << QUrl::fromLocalFile(media("rotated.mp4"));
+    library.importUrls(urls);
+
+    EXPECT_EQ(library.count(), 5);
+    EXPECT_EQ(counts.count(), 5);
+    EXPECT_TRUE(library.importing());
+    EXPECT_EQ(rowNames(library), QStringList({"av.mp4", "fake.mp4", "cover.mp3", "fake.png", "rotated.mp4"}));
+    const QModelIndex first = library.index(0);
+    EXPECT_EQ(library.data(first, AssetLibrary::KindRole).toString(), "video");
+    EXPECT_EQ(library.data(library.index(2), AssetLibrary::KindRole).toString(), "audio");
+    EXPECT_EQ(library.data(first, AssetLibrary::PathRole).toString(), media("av.mp4"));
+    EXPECT_TRUE(library.data(first, AssetLibrary::DurationRole).toString().isEmpty());
+    EXPECT_TRUE(library.data(first, AssetLibrary::ThumbnailPathRole).toString().isEmpty());
+    EXPECT_TRUE(library.isProvisional(library.assetIdAt(0)));
+
+    ASSERT_TRUE(waitUntil([&] { return !library.importing(); }));
+    EXPECT_EQ(rowNames(library), QStringList({"av.mp4", "cover.mp3", "fake.png", "rotated.mp4"}));
+    EXPECT_EQ(counts.count(), 6);
+    EXPECT_EQ(metadata.count(), 4);
+    EXPECT_EQ(project.assets.size(), 4);
+    EXPECT_FALSE(library.isProvisional(library.assetIdAt(0)));
+
+    EXPECT_EQ(library.data(first, AssetLibrary::DurationRole).toString(), "00:01");
+    EXPECT_NEAR(library.data(first, AssetLibrary::DurationSecondsRole).toDouble(), 1.0, 0.1);
+    EXPECT_EQ(library.data(first, AssetLibrary::ThumbnailPathRole).toString(), posterPath(media("av.mp4")));
+    EXPECT_EQ(library.data(first, AssetLibrary::FilmstripPathRole).toString(), stripPath(media("av.mp4")));
+    const Asset *av = project.asset(library.assetIdAt(0));
+    ASSERT_TRUE(av);
+    EXPECT_TRUE(av->hasAudio && av->hasAudioKnown);
+    EXPECT_EQ(av->sampleRate, 44100);
+
+    const QVariantMap song = library.assetAt(1);
+    EXPECT_EQ(song.value("kind").toString(), "audio");
+    EXPECT_EQ(song.value("filmstripPath"), song.value("thumbnailPath"));
+    EXPECT_FALSE(song.value("thumbnailPath").toString().isEmpty());
+
+    const QVariantMap fakeImage = library.assetAt(2);
+    EXPECT_EQ(fakeImage.value("kind").toString(), "image");
+    EXPECT_EQ(fakeImage.value("width").toInt(), 0);
+    EXPECT_EQ(fakeImage.value("height").toInt(), 0);
+    EXPECT_TRUE(fakeImage.value("thumbnailPath").toString().isEmpty());
+
+    const QVariantMap rotated = library.assetAt(3);
+    EXPECT_EQ(rotated.value("rotationDegrees").toInt(), 90);
+    EXPECT_EQ(rotated.value("width").toInt(), 160);
+    EXPECT_EQ(rotated.value("height").toInt(), 90);
+    EXPECT_DOUBLE_EQ(rotated.value("fps").toDouble(), 25.0);
+}
+
+TEST_F(AssetLibraryTest, RolesAccessorsAndBadIndices)
+{
+    const QHash<int, QByteArray> roles = library.roleNames();
+    EXPECT_EQ(roles.value(257), "id");
+    EXPECT_EQ(roles.value(261), "durationSeconds");
+    EXPECT_EQ(roles.value(264), "filmstripPath");
+
+    Asset clip = recordOf("Clip.mp4", AssetKind::video);
+    clip.durationUs = 2500000;
+    clip.durationText = "00:02";
+    clip.thumbnailPath = "/cache/p.jpg";
+    clip.filmstripPath = "/cache/s.jpg";
+    project.insertAsset(clip);
+    library.setProject(&project);
+
+    ASSERT_EQ(library.count(), 1);
+    EXPECT_EQ(library.data(library.index(0), AssetLibrary::IdRole).toString(), clip.id);
+    EXPECT_DOUBLE_EQ(library.data(library.index(0), AssetLibrary::DurationSecondsRole).toDouble(), 2.5);
+    EXPECT_FALSE(library.data(library.index(0), Qt::UserRole + 9).isValid());
+    EXPECT_FALSE(library.data(library.index(0), Qt::UserRole).isValid());
+    EXPECT_FALSE(library.data(library.index(1), AssetLibrary::IdRole).isValid());
+
+    const QVariantMap map = library.assetAt(0);
+    const QStringList keys = {
+        "id",        "name",   "kind", "duration",        "durationSeconds", "path",
+        "width",     "height", "fps",  "rotationDegrees", "thumbnailPath",   "filmstripPath",
+        "assetIndex"};
+    QStringList sortedKeys = keys;
+    sortedKeys.sort();
+    EXPECT_EQ(QStringList(map.keys()), sortedKeys);
+    EXPECT_EQ(map.value("assetIndex").toInt(), 0);
+    EXPECT_TRUE(library.assetAt(1).isEmpty());
+    EXPECT_TRUE(library.assetAt(-1).isEmpty());
+
+    EXPECT_EQ(library.assetIdAt(0), clip.id);
+    EXPECT_TRUE(library.assetIdAt(5).isEmpty());
+    EXPECT_EQ(library.indexOfId(clip.id), 0);
+    EXPECT_EQ(library.indexOfId("nope"), -1);
+    EXPECT_EQ(library.thumbnailAt(0), "/cache/p.jpg");
+    EXPECT_EQ(library.filmstripAt(0), "/cache/s.jpg");
+    EXPECT_TRUE(library.thumbnailAt(3).isEmpty());
+
+    library.setProject(nullptr);
+    EXPECT_EQ(library.count(), 0);
+    EXPECT_TRUE(library.assetAt(0).isEmpty());
+}
+
+TEST_F(AssetLibraryTest, SamePathTwiceKeepsOneRowAndRepairsItsCacheFiles)
+{
+    const QString av = media("av.mp4");
+    library.importUrls(localUrls({av, av}));
+    EXPECT_EQ(library.count(), 1);
+    ASSERT_TRUE(waitUntil([&] { return !library.importing(); }));
+
+    const QString poster = library.thumbnailAt(0);
+    ASSERT_TRUE(QFile::remove(poster));
+    // The same file reached through a different spelling of its path is still the same asset.
+    library.importUrls({QUrl::fromLocalFile(QFileInfo(av).absolutePath() + "/./av.mp4")});
+    EXPECT_EQ(library.count(), 1);
+    EXPECT_FALSE(library.importing());
+    EXPECT_TRUE(waitUntil([&] { return isCachedFilePresent(poster); }));
+    EXPECT_EQ(library.thumbnailAt(0), poster);
+}
+
+TEST_F(AssetLibraryTest, FiftyImportsAppearBeforeAnyJobRunsThenAllComplete)
+{
+    const QStringList files = TestMedia::instance().copies("silent.mp4", 50);
+    auto hold = std::make_unique<PoolHold>();
+    QSignalSpy metadata(&library, &AssetLibrary::assetMetadataChanged);
+    library.importUrls(localUrls(files));
+    ASSERT_EQ(library.count(), 50);
+    for (int row = 0; row < 50; ++row) {
+        EXPECT_TRUE(library.isProvisional(library.assetIdAt(row)));
+        EXPECT_TRUE(library.assetAt(row).value("duration").toString().isEmpty());
+    }
+    QTest::qWait(0); // queued work, if any had finished, would be delivered here
+    EXPECT_EQ(metadata.count(), 0);
+
+    hold->release();
+    ASSERT_TRUE(waitUntil([&] { return !library.importing(); }, 60000));
+    EXPECT_EQ(library.count(), 50);
+    EXPECT_EQ(metadata.count(), 50);
+    for (int row = 0; row < 50; ++row) {
+        const QVariantMap asset = library.assetAt(row);
+        EXPECT_EQ(asset.value("duration").toString(), "00:01");
+        EXPECT_EQ(asset.value("width").toInt(), 64);
+        EXPECT_TRUE(isCachedFilePresent(asset.value("thumbnailPath").toString())) << row;
+        EXPECT_TRUE(isCachedFilePresent(asset.value("filmstripPath").toString())) << row;
+    }
+}
+
+TEST_F(AssetLibraryTest, CacheFilesLeftOutOfImportAreMadeByEnsureAllMedia)
+{
+    library.setCacheFilesOnImport(false);
+    library.importUrls(localUrls({media("silent.mp4"), media("small.png"), media("cover.mp3")}));
+    ASSERT_TRUE(waitUntil([&] { return !library.importing(); }));
+    for (int row = 0; row < 3; ++row)
+        EXPECT_TRUE(library.thumbnailAt(row).isEmpty()) << row;
+
+    QSignalSpy changed(&library, &QAbstractItemModel::dataChanged);
+    QSignalSpy metadata(&library, &AssetLibrary::assetMetadataChanged);
+    library.ensureAllMedia();
+    library.ensureAllMedia(); // jobs in flight are not started twice
+    ASSERT_TRUE(waitUntil([&] { return metadata.count() == 3; }));
+    EXPECT_EQ(changed.count(), 3);
+    EXPECT_EQ(changed.at(0).at(2).value<QList<int>>(),
+              QList<int>({AssetLibrary::ThumbnailPathRole, AssetLibrary::FilmstripPathRole}));
+    EXPECT_EQ(library.thumbnailAt(0), posterPath(media("silent.mp4")));
+    EXPECT_EQ(library.filmstripAt(0), stripPath(media("silent.mp4")));
+    EXPECT_EQ(library.filmstripAt(1), library.thumbnailAt(1));
+    EXPECT_EQ(library.filmstripAt(2), posterPath(media("cover.mp3")));
+
+    // Files present: a non-video row whose strip drifted from its poster is fixed on the spot.
+    project.asset(library.assetIdAt(1))->filmstripPath.clear();
+    changed.clear();
+    library.ensureMedia(1);
+    ASSERT_EQ(changed.count(), 1);
+    EXPECT_EQ(changed.at(0).at(2).value<QList<int>>(), QList<int>({AssetLibrary::FilmstripPathRole}));
+    EXPECT_EQ(library.filmstripAt(1), library.thumbnailAt(1));
+    library.ensureMedia(7); // a bad index does nothing
+    EXPECT_EQ(changed.count(), 1);
+}
+
+TEST_F(AssetLibraryTest, SortsByNameAndByKindCaseInsensitively)
+{
+    project.insertAsset(recordOf("b.mp4", AssetKind::video));
+    project.insertAsset(recordOf("C.png", AssetKind::image));
+    project.insertAsset(recordOf("a.wav", AssetKind::audio));
+    project.insertAsset(recordOf("A.mov", AssetKind::video));
+    project.insertAsset(recordOf("d.png", AssetKind::image));
+    library.setProject(&project);
+    QSignalSpy resets(&library, &QAbstractItemModel::modelReset);
+
+    library.sortByKind();
+    EXPECT_EQ(rowNames(library), QStringList({"a.wav", "C.png", "d.png", "A.mov", "b.mp4"}));
+    library.sortByName();
+    EXPECT_EQ(rowNames(library).mid(2), QStringList({"b.mp4", "C.png", "d.png"}));
+    EXPECT_EQ(rowNames(library).mid(0, 2).join(',').toLower(), "a.mov,a.wav");
+    EXPECT_EQ(resets.count(), 2);
+
+    Project single;
+    single.insertAsset(recordOf("only.mp4", AssetKind::video));
+    library.setProject(&single);
+    resets.clear();
+    library.sortByName();
+    EXPECT_EQ(resets.count(), 0);
+}
+
+TEST_F(AssetLibraryTest, AudioPresenceIsLearntOnceFromRecordOrFile)
+{
+    QSignalSpy metadata(&library, &AssetLibrary::assetMetadataChanged);
+    Asset withRate = recordOf("old.mp4", AssetKind::video);
+    withRate.sampleRate = 48000;
+    Asset withSound = recordOf("av.mp4", AssetKind::video);
+    withSound.path = media("av.mp4");
+    Asset silent = recordOf("silent.mp4", AssetKind::video);
+    silent.path = media("silent.mp4");
+    Asset gone = recordOf("gone.mp4", AssetKind::video);
+    Asset known = recordOf("known.mp4", AssetKind::video);
+    known.hasAudioKnown = true;
+    for (const Asset &asset : {withRate, withSound, silent, gone, known})
+        project.insertAsset(asset);
+    library.setProject(&project);
+
+    library.ensureAudioPresence(withRate.id);
+    EXPECT_EQ(metadata.count(), 1);
+    EXPECT_TRUE(project.asset(withRate.id)->hasAudio);
+    EXPECT_TRUE(project.asset(withRate.id)->hasAudioKnown);
+
+    library.ensureAudioPresence(known.id);
+    library.ensureAudioPresence({});
+    library.ensureAudioPresence("unknown-id");
+    EXPECT_EQ(metadata.count(), 1);
+
+    for (const Asset &asset : {withSound, silent, gone}) {
+        library.ensureAudioPresence(asset.id);
+        library.ensureAudioPresence(asset.id); // one check in flight per asset
+    }
+    ASSERT_TRUE(waitUntil([&] { return metadata.count() == 4; }));
+    QTest::qWait(0);
+    EXPECT_EQ(metadata.count(), 4);
+    const Asset *sound = project.asset(withSound.id);
+    EXPECT_TRUE(sound->hasAudio && sound->hasAudioKnown);
+    EXPECT_EQ(sound->sampleRate, 44100);
+    EXPECT_EQ(sound->channels, 2);
+    EXPECT_FALSE(project.asset(silent.id)->hasAudio);
+    EXPECT_TRUE(project.asset(silent.id)->hasAudioKnown);
+    EXPECT_FALSE(project.asset(gone.id)->hasAudio);
+    EXPECT_TRUE(project.asset(gone.id)->hasAudioKnown);
+}
+
+TEST_F(AssetLibraryTest, JobsThatOutliveTheirProjectOrLibraryChangeNothing)
+{
+    const QStringList files = TestMedia::instance().copies("silent.mp4", 4);
+    PoolHold hold;
+    library.importUrls(localUrls(files.mid(0, 2)));
+    auto doomed = std::make_unique<AssetLibrary>();
+    Project other;
+    doomed->setProject(&other);
+    doomed->importUrls(localUrls(files.mid(2, 2)));
+    ASSERT_EQ(other.assetOrder.size(), 2);
+    doomed.reset(); // its jobs are still queued behind the hold
+
+    Project next;
+    library.setProject(&next);
+    hold.release();
+    ASSERT_TRUE(waitUntil([&] { return !library.importing(); }));
+    QThreadPool::globalInstance()->waitForDone();
+    QTest::qWait(0);
+    EXPECT_EQ(library.count(), 0);
+    EXPECT_EQ(project.assetOrder.size(), 2);
+    EXPECT_TRUE(project.asset(project.assetOrder.at(0))->durationText.isEmpty());
+    EXPECT_TRUE(other.asset(other.assetOrder.at(0))->durationText.isEmpty());
+}
