@@ -1,0 +1,85 @@
+// Shutdown frees every GL object the runtime holds and leaves it unavailable for good. Kept in
+// its own program, since nothing can use the runtime after this.
+#include "GlRuntimeTestSupport.h"
+
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QOpenGLExtraFunctions>
+#include <QOpenGLFunctions>
+
+#include <vector>
+
+namespace {
+
+using orvel::test::GlRuntimeTest;
+
+// Asks the share group, from a context of its own on this thread, which texture names exist.
+class ShareGroupProbe
+{
+public:
+    ShareGroupProbe()
+    {
+        m_surface.setFormat(QOpenGLContext::globalShareContext()->format());
+        m_surface.create();
+        m_context.setShareContext(QOpenGLContext::globalShareContext());
+        m_context.setFormat(QOpenGLContext::globalShareContext()->format());
+        m_ready = m_context.create() && m_context.makeCurrent(&m_surface);
+    }
+    ~ShareGroupProbe() { m_context.doneCurrent(); }
+
+    bool ready() const { return m_ready; }
+    int existing(const std::vector<GLuint> &textures)
+    {
+        int count = 0;
+        for (const GLuint texture : textures)
+            count += m_context.functions()->glIsTexture(texture) ? 1 : 0;
+        return count;
+    }
+
+private:
+    QOffscreenSurface m_surface;
+    QOpenGLContext m_context;
+    bool m_ready = false;
+};
+
+TEST_F(GlRuntimeTest, ShutdownReleasesEveryObjectAndTheRuntimeStaysDown)
+{
+    std::vector<GLuint> textures;
+    onGl([&] {
+        QImage image(8, 8, QImage::Format_RGBA8888);
+        image.fill(Qt::yellow);
+        textures.push_back(gl().cachedImageTexture(image));
+        gl().fileTextures()[QStringLiteral("/packages/fx/noise.png")] = gl().uploadTexture(image, true);
+        gl().fileTextures()[QStringLiteral("/packages/fx/missing.png")] = 0;
+        textures.push_back(gl().fileTextures().at(QStringLiteral("/packages/fx/noise.png")));
+
+        orvel::GlFbo pooled = gl().nv12ToFbo(QByteArray(16 * 24, '\x80'), 16, 16);
+        textures.push_back(pooled.texture());
+        gl().releaseFbo(pooled);
+        orvel::GlFbo &slot = gl().acquirePresentTarget(16, 16);
+        textures.push_back(slot.texture());
+        gl().publishPresentTarget(slot);
+        gl().extraFunctions()->glFinish();
+    });
+    ASSERT_EQ(textures.size(), 4u);
+    {
+        ShareGroupProbe probe;
+        ASSERT_TRUE(probe.ready());
+        EXPECT_EQ(probe.existing(textures), 4);
+    }
+
+    gl().shutdown();
+    {
+        ShareGroupProbe probe;
+        ASSERT_TRUE(probe.ready());
+        EXPECT_EQ(probe.existing(textures), 0);
+    }
+    bool ran = false;
+    EXPECT_FALSE(gl().run([&ran] { ran = true; }));
+    EXPECT_FALSE(ran);
+    EXPECT_FALSE(gl().ensureStarted());
+    EXPECT_EQ(gl().extraFunctions(), nullptr);
+    gl().shutdown(); // a second call, like the one at application exit, does nothing
+}
+
+} // namespace
