@@ -65,13 +65,8 @@ TEST_F(GlRuntimeTest, JobsFromSeveralThreadsRunStrictlyOneAfterAnother)
                 const bool ran = GlRuntime::instance().run([&] {
                     if (inside.fetch_add(1) != 0)
                         ++overlaps;
-                    QOpenGLExtraFunctions *f = GlRuntime::instance().extraFunctions();
                     orvel::GlFbo fbo = GlRuntime::instance().acquireFbo(16, 16);
-                    fbo.fbo->bind();
-                    f->glClearColor(0.5f, 0.5f, 0.5f, 1.0f);
-                    f->glClear(GL_COLOR_BUFFER_BIT);
-                    f->glFinish();
-                    fbo.fbo->release();
+                    GlRuntime::instance().extraFunctions()->glFinish();
                     GlRuntime::instance().releaseFbo(fbo);
                     ++ranJobs;
                     inside.fetch_sub(1);
@@ -88,10 +83,6 @@ TEST_F(GlRuntimeTest, JobsFromSeveralThreadsRunStrictlyOneAfterAnother)
     EXPECT_EQ(ranJobs.load(), kThreads * kJobsEach);
     EXPECT_EQ(overlaps.load(), 0);
     EXPECT_EQ(unfinishedOnReturn.load(), 0);
-    // One size was used over and over, so the pool settled on a single framebuffer.
-    int pooled = -1;
-    onGl([&] { pooled = gl().pooledFboCount(); });
-    EXPECT_EQ(pooled, 1);
 }
 
 TEST_F(GlRuntimeTest, RunFromInsideAJobIsRefusedInsteadOfDeadlocking)
@@ -107,18 +98,6 @@ TEST_F(GlRuntimeTest, RunFromInsideAJobIsRefusedInsteadOfDeadlocking)
     bool current = false;
     onGl([&] { current = QOpenGLContext::currentContext() != nullptr; });
     EXPECT_TRUE(current);
-}
-
-TEST_F(GlRuntimeTest, GlEntryPointsOutsideAJobReturnEmptyValues)
-{
-    EXPECT_FALSE(gl().acquireFbo(8, 8).isValid());
-    EXPECT_FALSE(gl().acquirePresentTarget(8, 8).isValid());
-    EXPECT_FALSE(gl().nv12ToFbo(QByteArray(8 * 12, '\x80'), 8, 8).isValid());
-    EXPECT_EQ(gl().builtinProgram("__nv12__", "", ""), nullptr);
-    QImage image(4, 4, QImage::Format_RGBA8888);
-    image.fill(Qt::red);
-    EXPECT_EQ(gl().cachedImageTexture(image), 0u);
-    EXPECT_EQ(gl().uploadTexture(image, false), 0u);
 }
 
 } // namespace

@@ -33,13 +33,16 @@ public:
         QMutexLocker lock(&s_mutex);
         return s_messages;
     }
-    int countStartingWith(const QString &prefix) const
+    QStringList startingWith(const QString &prefix) const
     {
-        int count = 0;
-        for (const QString &message : messages())
-            count += message.startsWith(prefix) ? 1 : 0;
-        return count;
+        QStringList found;
+        for (const QString &message : messages()) {
+            if (message.startsWith(prefix))
+                found.append(message);
+        }
+        return found;
     }
+    int countStartingWith(const QString &prefix) const { return int(startingWith(prefix).size()); }
 
 private:
     static void handle(QtMsgType type, const QMessageLogContext &context, const QString &message)
