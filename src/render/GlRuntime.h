@@ -88,7 +88,8 @@ public:
 
     QOpenGLExtraFunctions *extraFunctions() const;
 
-    // Framebuffer pool keyed by exact size: another size is never handed out.
+    // Framebuffer pool keyed by exact size: another size is never handed out. A pooled
+    // framebuffer still holds its last pixels; whoever takes one clears or overwrites all of it.
     orvel::GlFbo acquireFbo(int width, int height);
     void releaseFbo(orvel::GlFbo &fbo);
     int pooledFboCount() const { return int(m_fboPool.size()); }
@@ -112,11 +113,16 @@ public:
     bool hasCachedImageTexture(qint64 cacheKey) const { return m_imageTextureIndex.contains(cacheKey); }
     int cachedImageTextureCount() const { return int(m_imageTextures.size()); }
 
+    // A pooled framebuffer of the image's own size holding the image; `size` is used only for a
+    // null image, which gives a transparent framebuffer. The first goes through a temporary
+    // texture, the second through the image texture cache.
     orvel::GlFbo imageToFbo(const QImage &image, QSize size);
     orvel::GlFbo cachedImageToFbo(const QImage &image, QSize size);
     // Tightly packed NV12: a width x height Y plane followed by the interleaved UV plane.
     orvel::GlFbo nv12ToFbo(const QByteArray &bytes, int width, int height);
+    // Clears `fbo` and draws `texture` over all of it, unblended.
     bool copyTextureToFbo(GLuint texture, orvel::GlFbo &fbo);
+    // The full-screen triangle strip, with whatever program the caller has bound.
     void drawQuad();
 
     // Textures loaded from package files, by absolute path; 0 records a failed load.
