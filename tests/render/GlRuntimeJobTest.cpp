@@ -1,0 +1,103 @@
+// Starting the runtime, its context and how jobs are run.
+#include "GlRuntimeTestSupport.h"
+
+#include <QOpenGLContext>
+#include <QOpenGLExtraFunctions>
+#include <QThread>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using orvel::test::GlRuntimeTest;
+
+TEST(GlRuntimeStart, ConcurrentFirstCallersAllSeeOneSuccessfulStart)
+{
+    std::atomic<int> started{0};
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 4; ++i)
+        callers.emplace_back([&started] { started += GlRuntime::instance().ensureStarted() ? 1 : 0; });
+    for (std::thread &caller : callers)
+        caller.join();
+    EXPECT_EQ(started.load(), 4);
+    EXPECT_TRUE(GlRuntime::instance().ensureStarted());
+}
+
+TEST_F(GlRuntimeTest, JobRunsOnTheGlThreadWithACoreContextSharedWithQtQuick)
+{
+    QString threadName;
+    QSurfaceFormat format;
+    bool sharing = false;
+    bool haveFunctions = false;
+    onGl([&] {
+        threadName = QThread::currentThread()->objectName();
+        QOpenGLContext *current = QOpenGLContext::currentContext();
+        ASSERT_NE(current, nullptr);
+        format = current->format();
+        sharing = QOpenGLContext::areSharing(current, QOpenGLContext::globalShareContext());
+        haveFunctions = gl().extraFunctions() != nullptr;
+    });
+    EXPECT_EQ(threadName, QStringLiteral("OrvelGL"));
+    EXPECT_GE(qMakePair(format.majorVersion(), format.minorVersion()), qMakePair(3, 3));
+    EXPECT_EQ(format.profile(), QSurfaceFormat::CoreProfile);
+    EXPECT_TRUE(sharing);
+    EXPECT_TRUE(haveFunctions);
+    // Between jobs the context is current nowhere, and this thread never had it.
+    EXPECT_EQ(QOpenGLContext::currentContext(), nullptr);
+}
+
+TEST_F(GlRuntimeTest, JobsFromSeveralThreadsRunStrictlyOneAfterAnother)
+{
+    constexpr int kThreads = 4;
+    constexpr int kJobsEach = 25;
+    std::atomic<int> inside{0};
+    std::atomic<int> overlaps{0};
+    std::atomic<int> ranJobs{0};
+    std::atomic<int> failedRuns{0};
+    std::atomic<int> unfinishedOnReturn{0};
+    std::vector<std::thread> callers;
+    for (int t = 0; t < kThreads; ++t) {
+        callers.emplace_back([&] {
+            for (int j = 0; j < kJobsEach; ++j) {
+                int finished = 0; // on the caller's stack: the job may use it because run blocks
+                const bool ran = GlRuntime::instance().run([&] {
+                    if (inside.fetch_add(1) != 0)
+                        ++overlaps;
+                    orvel::GlFbo fbo = GlRuntime::instance().acquireFbo(16, 16);
+                    GlRuntime::instance().extraFunctions()->glFinish();
+                    GlRuntime::instance().releaseFbo(fbo);
+                    ++ranJobs;
+                    inside.fetch_sub(1);
+                    finished = 1;
+                });
+                failedRuns += ran ? 0 : 1;
+                unfinishedOnReturn += finished ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread &caller : callers)
+        caller.join();
+    EXPECT_EQ(failedRuns.load(), 0);
+    EXPECT_EQ(ranJobs.load(), kThreads * kJobsEach);
+    EXPECT_EQ(overlaps.load(), 0);
+    EXPECT_EQ(unfinishedOnReturn.load(), 0);
+}
+
+TEST_F(GlRuntimeTest, RunFromInsideAJobIsRefusedInsteadOfDeadlocking)
+{
+    orvel::test::WarningCapture warnings;
+    bool innerRan = false;
+    bool innerResult = true;
+    onGl([&] { innerResult = gl().run([&] { innerRan = true; }); });
+    EXPECT_FALSE(innerResult);
+    EXPECT_FALSE(innerRan);
+    EXPECT_EQ(warnings.countStartingWith("GlRuntime: run called from a job"), 1);
+    // The context survives: the next job still finds it current.
+    bool current = false;
+    onGl([&] { current = QOpenGLContext::currentContext() != nullptr; });
+    EXPECT_TRUE(current);
+}
+
+} // namespace

@@ -1,0 +1,169 @@
+// Images and NV12 frames into framebuffers: real pixels read back, orientation kept.
+#include "GlRuntimeTestSupport.h"
+
+#include <QOpenGLExtraFunctions>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace {
+
+using orvel::test::GlRuntimeTest;
+using orvel::test::readBack;
+using orvel::test::storedRgba;
+using Rgba = std::array<int, 4>;
+
+// Luma from `luma(col, row)`, chroma constant.
+QByteArray nv12Planes(int width, int height, const std::function<int(int, int)> &luma, int u, int v)
+{
+    QByteArray bytes(width * height * 3 / 2, '\0');
+    for (int i = 0; i < width * height; ++i)
+        bytes[i] = char(luma(i % width, i / width));
+    for (int i = width * height; i < bytes.size(); i += 2) {
+        bytes[i] = char(u);
+        bytes[i + 1] = char(v);
+    }
+    return bytes;
+}
+
+QImage nv12ReadBack(GlRuntime &gl, const QByteArray &bytes, int width, int height)
+{
+    QImage image;
+    EXPECT_TRUE(gl.run([&] {
+        orvel::GlFbo fbo = gl.nv12ToFbo(bytes, width, height);
+        if (fbo.isValid())
+            image = readBack(fbo);
+        gl.releaseFbo(fbo);
+    }));
+    return image;
+}
+
+TEST_F(GlRuntimeTest, Nv12ConvertsWithTheBt709MatrixWithoutRangeExpansion)
+{
+    // Greys, limited-range white and black (which must stay 235 and 16), primaries, clamping.
+    const std::vector<std::array<int, 3>> colours = {{128, 128, 128}, {235, 128, 128}, {16, 128, 128},
+                                                     {63, 102, 240},  {173, 42, 26},   {32, 240, 118},
+                                                     {255, 128, 255}, {0, 0, 0},       {200, 255, 10}};
+    for (const auto &[y8, u8, v8] : colours) {
+        const QImage image = nv12ReadBack(gl(),
+                                          nv12Planes(
+                                              8, 6, [y8](int, int) { return y8; }, u8, v8),
+                                          8, 6);
+        ASSERT_EQ(image.size(), QSize(8, 6));
+        // Worked out here, independently of the shader.
+        const double y = y8 / 255.0, u = u8 / 255.0 - 0.5, v = v8 / 255.0 - 0.5;
+        const double want[3] = {y + 1.5748 * v, y - 0.1873 * u - 0.4681 * v, y + 1.8556 * u};
+        const Rgba got = storedRgba(image, 3, 2);
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(got[size_t(c)], std::lround(std::clamp(want[c], 0.0, 1.0) * 255.0), 1)
+                << "channel " << c << " of YUV " << y8 << "," << u8 << "," << v8;
+        EXPECT_EQ(got[3], 255);
+    }
+}
+
+TEST_F(GlRuntimeTest, Nv12KeepsRowZeroAtRowZeroAndRefusesOddSizesAndShortBuffers)
+{
+    const auto luma = [](int col, int row) { return 16 + 12 * row + 5 * col; };
+    const QImage image = nv12ReadBack(gl(), nv12Planes(16, 12, luma, 128, 128), 16, 12);
+    ASSERT_EQ(image.size(), QSize(16, 12));
+    for (int row = 0; row < 12; ++row)
+        for (int col = 0; col < 16; ++col)
+            ASSERT_NEAR(storedRgba(image, col, row)[1], luma(col, row), 1) << col << "," << row;
+
+    const QByteArray enough(16 * 24, '\x80');
+    EXPECT_TRUE(nv12ReadBack(gl(), enough, 15, 16).isNull());
+    EXPECT_TRUE(nv12ReadBack(gl(), enough, 16, 15).isNull());
+    EXPECT_TRUE(nv12ReadBack(gl(), enough, 0, 16).isNull());
+    EXPECT_TRUE(nv12ReadBack(gl(), enough.left(16 * 24 - 1), 16, 16).isNull());
+    EXPECT_FALSE(nv12ReadBack(gl(), enough, 16, 16).isNull());
+}
+
+// Rows: red, green, blue.
+QImage threeBandImage(QImage::Format format)
+{
+    QImage image(4, 3, format);
+    image.fill(Qt::green);
+    for (int x = 0; x < 4; ++x) {
+        image.setPixelColor(x, 0, Qt::red);
+        image.setPixelColor(x, 2, Qt::blue);
+    }
+    return image;
+}
+
+TEST_F(GlRuntimeTest, ImagesLandWithRowZeroAtRowZeroInStraightAlpha)
+{
+    QImage translucent(2, 2, QImage::Format_ARGB32);
+    translucent.fill(QColor(200, 40, 0, 128));
+    std::vector<QImage> images;
+    onGl([&] {
+        // A framebuffer of the null image's size waits in the pool with opaque pixels in it.
+        orvel::GlFbo dirty = gl().imageToFbo(threeBandImage(QImage::Format_RGBA8888).scaled(5, 7), {});
+        gl().releaseFbo(dirty);
+        std::vector<orvel::GlFbo> fbos;
+        fbos.push_back(gl().imageToFbo(threeBandImage(QImage::Format_RGB32), {}));
+        fbos.push_back(gl().cachedImageToFbo(threeBandImage(QImage::Format_RGBA8888), {}));
+        fbos.push_back(gl().imageToFbo(translucent, {}));
+        fbos.push_back(gl().imageToFbo(QImage(), QSize(5, 7)));
+        fbos.push_back(gl().cachedImageToFbo(QImage(), QSize(5, 7)));
+        for (const bool flip : {false, true}) {
+            const GLuint texture = gl().uploadTexture(threeBandImage(QImage::Format_RGBA8888), flip);
+            fbos.push_back(gl().acquireFbo(4, 3));
+            EXPECT_TRUE(gl().copyTextureToFbo(texture, fbos.back()));
+            gl().extraFunctions()->glDeleteTextures(1, &texture);
+        }
+        for (orvel::GlFbo &fbo : fbos) {
+            images.push_back(fbo.isValid() ? readBack(fbo) : QImage());
+            gl().releaseFbo(fbo);
+        }
+    });
+    ASSERT_EQ(images.size(), 7u);
+    for (const int i : {0, 1, 5}) {
+        ASSERT_EQ(images[size_t(i)].size(), QSize(4, 3)) << i;
+        EXPECT_EQ(storedRgba(images[size_t(i)], 1, 0), (Rgba{255, 0, 0, 255})) << i;
+        EXPECT_EQ(storedRgba(images[size_t(i)], 1, 1), (Rgba{0, 255, 0, 255})) << i;
+        EXPECT_EQ(storedRgba(images[size_t(i)], 1, 2), (Rgba{0, 0, 255, 255})) << i;
+    }
+    EXPECT_EQ(storedRgba(images[2], 0, 0), (Rgba{200, 40, 0, 128}));
+    for (const int i : {3, 4}) {
+        ASSERT_EQ(images[size_t(i)].size(), QSize(5, 7)) << i;
+        EXPECT_EQ(storedRgba(images[size_t(i)], 4, 6), (Rgba{0, 0, 0, 0})) << i;
+    }
+    EXPECT_EQ(storedRgba(images[6], 0, 0), (Rgba{0, 0, 255, 255})); // mirrored only when asked
+}
+
+TEST_F(GlRuntimeTest, ImageTextureCacheHitsOnTheSameRgbaImageAndEvictsTheLeastRecentlyUsed)
+{
+    std::vector<QImage> images;
+    for (int i = 0; i < 50; ++i) {
+        images.emplace_back(2, 2, QImage::Format_RGBA8888);
+        images.back().fill(QColor(i, 0, 0));
+    }
+    onGl([&] {
+        // Forty-eight distinct pictures fill the cache whatever it held before.
+        for (int i = 0; i < 48; ++i)
+            ASSERT_NE(gl().cachedImageTexture(images[size_t(i)]), 0u);
+        const GLuint first = gl().cachedImageTexture(images[0]); // a hit, now the most recent
+        const QImage sharedCopy = images[0];
+        EXPECT_EQ(gl().cachedImageTexture(sharedCopy), first);
+        gl().cachedImageTexture(images[48]);
+        EXPECT_EQ(gl().cachedImageTextureCount(), 48);
+        EXPECT_TRUE(gl().hasCachedImageTexture(images[0].cacheKey()));
+        EXPECT_FALSE(gl().hasCachedImageTexture(images[1].cacheKey()));
+        gl().cachedImageTexture(images[49]);
+        EXPECT_FALSE(gl().hasCachedImageTexture(images[2].cacheKey()));
+        EXPECT_TRUE(gl().hasCachedImageTexture(images[49].cacheKey()));
+        EXPECT_EQ(gl().cachedImageTexture(images[0]), first);
+
+        QImage changed = images[0];
+        changed.setPixelColor(0, 0, Qt::black); // detaches: a new picture, a new key
+        EXPECT_NE(gl().cachedImageTexture(changed), first);
+        // Another format converts to a new image, and so a new key, on every call.
+        QImage argb(8, 8, QImage::Format_ARGB32);
+        argb.fill(Qt::magenta);
+        EXPECT_NE(gl().cachedImageTexture(argb), gl().cachedImageTexture(argb));
+        EXPECT_EQ(gl().cachedImageTexture(QImage()), 0u);
+    });
+}
+
+} // namespace
