@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using namespace orvel;
 
 namespace {
@@ -136,21 +138,12 @@ TEST(KeyframeWriting, SetAtInsertsFlatKeysAndOtherwiseChangesOnlyTheValue)
     property.keyframes[1000].corner = true;
     property.keyframes[1000].hold = true;
 
+    Keyframe expected = property.keyframes[1000];
+    expected.value = 9.0;
     setAt(property, 1000, 9.0);
-    const Keyframe &kept = property.keyframes[1000];
-    EXPECT_EQ(kept.value, 9.0);
-    EXPECT_EQ(kept.inDx, -5.0);
-    EXPECT_EQ(kept.outDy, 3.0);
-    EXPECT_TRUE(kept.corner);
-    EXPECT_TRUE(kept.hold);
-
+    EXPECT_EQ(property.keyframes[1000], expected);
     setAt(property, 2000, 4.0);
-    const Keyframe &fresh = property.keyframes[2000];
-    EXPECT_EQ(fresh.value, 4.0);
-    EXPECT_EQ(fresh.inDx, 0.0);
-    EXPECT_EQ(fresh.outDx, 0.0);
-    EXPECT_FALSE(fresh.corner);
-    EXPECT_FALSE(fresh.hold);
+    EXPECT_EQ(property.keyframes[2000], Keyframe{4.0});
 }
 
 TEST(KeyframeWriting, KeyedWriteRulesInOrder)
@@ -204,37 +197,21 @@ TEST(KeyframeWriting, AutoKeyOffEditsOnlyNearAKey)
     // The tolerance is inclusive.
     EXPECT_TRUE(keyedWrite(refused, 1020000 + kKeyframeSnapToleranceUs, 3.0, false, false));
     EXPECT_FALSE(keyedWrite(refused, 1000000 - kKeyframeSnapToleranceUs - 1, 3.0, false, false));
-}
-
-TEST(KeyframeWriting, NearestKeySearch)
-{
-    AnimatedProperty property = keysAt({{0, 0}, {60000, 0}, {120000, 0}, {5000000, 0}});
-    EXPECT_EQ(nearestKeyTime(property, 90000), std::optional<TimeUs>(60000)); // tie: earlier
-    EXPECT_EQ(nearestKeyTime(property, 90001), std::optional<TimeUs>(120000));
-    EXPECT_EQ(nearestKeyTime(property, 60000), std::optional<TimeUs>(60000));
-    EXPECT_EQ(nearestKeyTime(property, -20000), std::optional<TimeUs>(0));
-    EXPECT_EQ(nearestKeyTime(property, 4980000), std::optional<TimeUs>(5000000));
-    EXPECT_EQ(nearestKeyTime(property, 1000000), std::nullopt);
-    EXPECT_EQ(nearestKeyTime(property, 1000000, 880000), std::optional<TimeUs>(120000));
+    EXPECT_EQ(nearestKeyTime(before, 1010001), std::optional<TimeUs>(1020000));
+    EXPECT_EQ(nearestKeyTime(before, 3000000, 2000000), std::optional<TimeUs>(1020000));
     EXPECT_EQ(nearestKeyTime(AnimatedProperty{}, 0), std::nullopt);
 }
 
 TEST(PropertyNames, EffectParameterParsing)
 {
-    const auto plain = parseEffectParamName("fx.0.amount");
-    ASSERT_TRUE(plain);
-    EXPECT_EQ(plain->effectIndex, 0);
-    EXPECT_EQ(plain->paramId, "amount");
-
-    const auto dotted = parseEffectParamName("fx.12.color.r");
-    ASSERT_TRUE(dotted);
-    EXPECT_EQ(dotted->effectIndex, 12);
-    EXPECT_EQ(dotted->paramId, "color.r");
-
-    const auto padded = parseEffectParamName("fx.007.k");
-    ASSERT_TRUE(padded);
-    EXPECT_EQ(padded->effectIndex, 7);
-
+    const std::tuple<const char *, int, const char *> good[] = {
+        {"fx.0.amount", 0, "amount"}, {"fx.12.color.r", 12, "color.r"}, {"fx.007.k", 7, "k"}};
+    for (const auto &[name, index, id] : good) {
+        const auto parsed = parseEffectParamName(name);
+        ASSERT_TRUE(parsed) << name;
+        EXPECT_EQ(parsed->effectIndex, index);
+        EXPECT_EQ(parsed->paramId, id);
+    }
     for (const char *bad : {"fx.", "fx.1", "fx.1.", "fx..a", "fx.a.b", "fx.-1.a", "fx.+1.a", "fx. 1.a",
                             "fx.1x.a", "fx.99999999999.a", "FX.1.a", "fx1.a", "opacity", ""})
         EXPECT_FALSE(parseEffectParamName(bad)) << bad;
@@ -250,14 +227,10 @@ TEST(PropertyNames, LookupOfMembersAndEffectParameters)
 {
     Clip clip;
     clip.effects.append(EffectInstance{});
-    const QStringList members = {"x", "y", "width", "height", "rotation", "opacity", "volume"};
-    EXPECT_EQ(clipMemberPropertyNames(), members);
-    for (int i = 0; i < members.size(); ++i)
-        setAt(*clipProperty(clip, members[i], false), 0, double(i));
-    EXPECT_EQ(valueAt(clip.x, 0), 0.0);
-    EXPECT_EQ(valueAt(clip.height, 0), 3.0);
-    EXPECT_EQ(valueAt(clip.volume, 0), 6.0);
-
+    EXPECT_EQ(clipMemberPropertyNames(),
+              (QStringList{"x", "y", "width", "height", "rotation", "opacity", "volume"}));
+    EXPECT_EQ(clipProperty(clip, "height", false), &clip.height);
+    EXPECT_EQ(clipProperty(clip, "volume", true), &clip.volume);
     EXPECT_EQ(clipProperty(clip, "scale", true), nullptr);
     EXPECT_EQ(clipProperty(clip, "fx.1.mix", true), nullptr); // past the effect list
     EXPECT_EQ(clipProperty(clip, "fx.0.mix", false), nullptr);
@@ -283,16 +256,12 @@ TEST(PropertyValues, BaseValuesAndEvaluationAtSeconds)
     effect.parameters.insert("label", "soft");
     clip.effects.append(effect);
 
-    EXPECT_EQ(propertyBaseValue(project, clip, "width", -1), 1280.0);
-    EXPECT_EQ(propertyBaseValue(project, clip, "height", -1), 720.0);
-    EXPECT_EQ(propertyBaseValue(project, clip, "opacity", -1), 1.0);
-    EXPECT_EQ(propertyBaseValue(project, clip, "volume", -1), 1.0);
-    EXPECT_EQ(propertyBaseValue(project, clip, "rotation", -1), 0.0);
-    EXPECT_EQ(propertyBaseValue(project, clip, "fx.0.amount", -1), 0.25);
-    EXPECT_EQ(propertyBaseValue(project, clip, "fx.0.label", -1), -1.0);   // not a number
-    EXPECT_EQ(propertyBaseValue(project, clip, "fx.0.missing", -1), -1.0); // not stored
-    EXPECT_EQ(propertyBaseValue(project, clip, "fx.4.amount", -1), -1.0);  // no such effect
-    EXPECT_EQ(propertyBaseValue(project, clip, "blur", -1), -1.0);
+    // Not a number, not stored, no such effect, no such property: the fallback.
+    const std::pair<const char *, double> bases[] = {
+        {"width", 1280},       {"height", 720},    {"opacity", 1},       {"volume", 1},       {"rotation", 0},
+        {"fx.0.amount", 0.25}, {"fx.0.label", -1}, {"fx.0.missing", -1}, {"fx.4.amount", -1}, {"blur", -1}};
+    for (const auto &[name, expected] : bases)
+        EXPECT_EQ(propertyBaseValue(project, clip, name, -1), expected) << name;
 
     EXPECT_EQ(propertyValueAt(project, clip, "width", 3.0, -1), 1280.0);
     // Keys two microseconds apart show that seconds are rounded down, not to nearest.

@@ -62,10 +62,10 @@ double rampIntegral(double p)
     return total;
 }
 
-SpeedCurve randomCurve(std::mt19937 &rng, double minSpeed, double maxSpeed)
+SpeedCurve randomCurve(std::mt19937 &rng)
 {
     std::uniform_real_distribution<double> unit(0.0, 1.0);
-    std::uniform_real_distribution<double> speed(minSpeed, maxSpeed);
+    std::uniform_real_distribution<double> speed(kCurveSpeedMin, kCurveSpeedMax);
     std::uniform_int_distribution<int> count(2, 6);
     QList<SpeedCurvePoint> points;
     const int n = count(rng);
@@ -77,23 +77,14 @@ SpeedCurve randomCurve(std::mt19937 &rng, double minSpeed, double maxSpeed)
     return normaliseSpeedCurve(points);
 }
 
-// Largest table speed in the cells around normalised position p.
-double localMaxSpeed(const SpeedCurve &curve, double p)
+// Smallest and largest table speed in the cells around normalised position p.
+std::pair<double, double> localSpeedRange(const SpeedCurve &curve, double p)
 {
     const int centre = int(std::clamp(p, 0.0, 1.0) * kSpeedTableCells);
-    double best = 0.0;
-    for (int i = std::max(centre - 1, 0); i <= std::min(centre + 2, kSpeedTableCells); ++i)
-        best = std::max(best, curve.speedTable[i]);
-    return best;
-}
-
-double localMinSpeed(const SpeedCurve &curve, double p)
-{
-    const int centre = int(std::clamp(p, 0.0, 1.0) * kSpeedTableCells);
-    double best = kCurveSpeedMax;
-    for (int i = std::max(centre - 1, 0); i <= std::min(centre + 2, kSpeedTableCells); ++i)
-        best = std::min(best, curve.speedTable[i]);
-    return best;
+    const auto first = curve.speedTable.cbegin() + std::max(centre - 1, 0);
+    const auto last = curve.speedTable.cbegin() + std::min(centre + 2, kSpeedTableCells) + 1;
+    const auto [low, high] = std::minmax_element(first, last);
+    return {*low, *high};
 }
 
 } // namespace
@@ -218,10 +209,8 @@ TEST(SpeedCurveMapping, MappingsAreInverseOverRandomCurves)
     // floating-point error of exp and log on spans up to an hour.
     std::mt19937 rng(20261121);
     std::uniform_real_distribution<double> unit(0.0, 1.0);
-    int withinOneUs = 0;
-    int checks = 0;
     for (int round = 0; round < 200; ++round) {
-        const SpeedCurve curve = randomCurve(rng, kCurveSpeedMin, kCurveSpeedMax);
+        const SpeedCurve curve = randomCurve(rng);
         const TimeUs span = TimeUs(100000 + unit(rng) * 3.6e9);
         const TimeUs retimed = retimedDuration(curve, span);
         EXPECT_EQ(timelineOffsetFromSource(curve, span, span), retimed);
@@ -231,25 +220,20 @@ TEST(SpeedCurveMapping, MappingsAreInverseOverRandomCurves)
                 sourceOffsetFromTimeline(curve, timelineOffsetFromSource(curve, s, span), span);
             const double p = double(s) / double(span);
             const double sourceError = std::abs(double(backS - s));
-            EXPECT_LE(sourceError, 0.5 + 0.5 * localMaxSpeed(curve, p) + 1e-3) << round << " s=" << s;
+            EXPECT_LE(sourceError, 0.5 + 0.5 * localSpeedRange(curve, p).second + 1e-3)
+                << round << " s=" << s;
 
             const TimeUs t = TimeUs(unit(rng) * double(retimed));
             const TimeUs sourceAtT = sourceOffsetFromTimeline(curve, t, span);
             const double timelineError =
                 std::abs(double(timelineOffsetFromSource(curve, sourceAtT, span) - t));
             const double q = double(sourceAtT) / double(span);
-            EXPECT_LE(timelineError, 0.5 + 0.5 / localMinSpeed(curve, q) + 1e-3) << round << " t=" << t;
-
-            const bool slow = localMaxSpeed(curve, p) <= 1.0;
-            const bool fast = localMinSpeed(curve, q) >= 1.0;
-            if (slow || fast) {
-                ++checks;
-                withinOneUs += (!slow || sourceError <= 1.0) && (!fast || timelineError <= 1.0);
-            }
+            EXPECT_LE(timelineError, 0.5 + 0.5 / localSpeedRange(curve, q).first + 1e-3)
+                << round << " t=" << t;
         }
+        EXPECT_NEAR(double(sourceOffsetFromTimeline(curve, retimed, span)), double(span),
+                    0.5 + 0.5 * curve.speedTable[256] + 1e-3);
     }
-    EXPECT_GT(checks, 1000);
-    EXPECT_EQ(withinOneUs, checks);
 }
 
 TEST(SpeedCurveMapping, SpeedsAlongTheCurve)
@@ -265,7 +249,7 @@ TEST(SpeedCurveMapping, SpeedsAlongTheCurve)
     std::mt19937 rng(7);
     std::uniform_real_distribution<double> unit(0.0, 1.0);
     for (int round = 0; round < 20; ++round) {
-        const SpeedCurve curve = randomCurve(rng, kCurveSpeedMin, kCurveSpeedMax);
+        const SpeedCurve curve = randomCurve(rng);
         const TimeUs span = 2000000000;
         for (int k = 0; k < 40; ++k) {
             const TimeUs t = TimeUs(unit(rng) * double(retimedDuration(curve, span)));
@@ -334,13 +318,10 @@ TEST(ClipTiming, ConstantSpeedAndReverse)
     clip.srcOutUs = clip.srcInUs;
     EXPECT_EQ(clipSourceTimeUs(clip, 10500000), 1000000);
 
-    Clip legacy;
-    legacy.timelineDurationUs = 1000000;
-    legacy.srcOutUs = 1000000;
-    legacy.speed = -2.0; // an old file's value reads as 1.0
-    EXPECT_EQ(clipSourceTimeUs(legacy, 400000), 400000);
-    EXPECT_EQ(clipTimelineOffsetUs(legacy, 400000), 400000);
-    EXPECT_EQ(clipSpeedAtLocalUs(legacy, 0), 1.0);
+    clip.reverse = false;
+    clip.speed = -2.0; // an old file's value reads as 1.0
+    EXPECT_EQ(clipSourceTimeUs(clip, 10400000), 1400000);
+    EXPECT_EQ(clipTimelineOffsetUs(clip, 400000), 400000);
 }
 
 TEST(ClipTiming, CurvedClips)
@@ -408,13 +389,6 @@ TEST(ClipTiming, SpeedChangeKeepsTheTimelineLengthUntilTheFileEnds)
     EXPECT_EQ(clip.speed, kConstantSpeedMin);
     EXPECT_EQ(clip.srcOutUs, 1093750); // the timeline length stays, the source span shrinks
     EXPECT_EQ(clip.timelineDurationUs, 375000);
-
-    Clip tiny;
-    tiny.timelineDurationUs = 1;
-    tiny.speed = 4.0;
-    applySpeedDurationRule(tiny, 2); // half a microsecond rounds up, and one is the floor anyway
-    EXPECT_EQ(tiny.srcOutUs, 2);
-    EXPECT_EQ(tiny.timelineDurationUs, 1);
 }
 
 TEST(ClipTiming, ClearingACurveRestoresTheConstantSpeedDuration)

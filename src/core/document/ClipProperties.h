@@ -44,7 +44,7 @@ double propertyValueAt(const Project &project, const Clip &clip, const QString &
 
 // The keyed write for an effect parameter. With no keys and neither autoKey nor force, only the
 // static value in parameters changes. Otherwise the keyed write decides, and when it writes the
-// value also goes into parameters so that a later removal of every key leaves it in place.
+// value also goes into parameters, which stays the base value once the keys are gone.
 bool writeEffectParameter(EffectInstance &effect, const QString &paramId, TimeUs t, double value,
                           bool autoKey, bool force);
 
