@@ -381,12 +381,12 @@ TEST(ClipTiming, SpeedChangeKeepsTheTimelineLengthUntilTheFileEnds)
     asset.durationUs = 2500000;
     project.insertAsset(asset);
     clip.assetId = "a";
-    applyConstantSpeed(project, clip, 10.0); // clamped to 4x, then cut at 2.5 s
-    EXPECT_EQ(clip.speed, kConstantSpeedMax);
+    clip.speed = 4.0;
+    applySpeedDurationRule(project, clip); // the asset's length is the file's end
     EXPECT_EQ(clip.srcOutUs, 2500000);
     EXPECT_EQ(clip.timelineDurationUs, 375000);
-    applyConstantSpeed(project, clip, 0.01);
-    EXPECT_EQ(clip.speed, kConstantSpeedMin);
+    clip.speed = 0.25;
+    applySpeedDurationRule(project, clip);
     EXPECT_EQ(clip.srcOutUs, 1093750); // the timeline length stays, the source span shrinks
     EXPECT_EQ(clip.timelineDurationUs, 375000);
 }

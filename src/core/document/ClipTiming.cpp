@@ -67,12 +67,6 @@ void applySpeedDurationRule(const Project &project, Clip &clip)
     applySpeedDurationRule(clip, clipSourceLengthUs(project, clip));
 }
 
-void applyConstantSpeed(const Project &project, Clip &clip, double speed)
-{
-    clip.speed = std::clamp(speed, kConstantSpeedMin, kConstantSpeedMax);
-    applySpeedDurationRule(project, clip);
-}
-
 bool clearSpeedCurve(Clip &clip)
 {
     if (!clip.speedCurve.isActive())

@@ -39,9 +39,6 @@ TimeUs clipLeadingGrowthSourceUs(const Clip &clip, TimeUs timelineDeltaUs);
 void applySpeedDurationRule(Clip &clip, TimeUs sourceLengthUs);
 void applySpeedDurationRule(const Project &project, Clip &clip);
 
-// Clamps the speed to the constant-speed range, stores it and applies the duration rule.
-void applyConstantSpeed(const Project &project, Clip &clip, double speed);
-
 // Empties an active curve and gives the clip the duration its source span takes at the constant
 // speed. False (nothing changed) when the clip has no active curve.
 bool clearSpeedCurve(Clip &clip);
