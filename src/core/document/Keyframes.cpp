@@ -88,6 +88,29 @@ void setAt(AnimatedProperty &property, TimeUs t, double value)
     property.keyframes.insert(t, Keyframe{value});
 }
 
+std::optional<TimeUs> nearestKeyTime(const AnimatedProperty &property, TimeUs t, TimeUs toleranceUs)
+{
+    const auto &keys = property.keyframes;
+    if (keys.isEmpty())
+        return std::nullopt;
+    // Only the keys either side of t can be nearest: the map search keeps this O(log n).
+    const auto after = keys.lowerBound(t);
+    std::optional<TimeUs> best;
+    TimeUs bestDistance = 0;
+    if (after != keys.cbegin()) {
+        const TimeUs before = std::prev(after).key();
+        best = before;
+        bestDistance = t - before;
+    }
+    if (after != keys.cend() && (!best || after.key() - t < bestDistance)) {
+        best = after.key();
+        bestDistance = after.key() - t;
+    }
+    if (bestDistance > toleranceUs)
+        return std::nullopt;
+    return best;
+}
+
 bool keyedWrite(AnimatedProperty &property, TimeUs t, double value, bool autoKey, bool force)
 {
     auto &keys = property.keyframes;
@@ -108,19 +131,10 @@ bool keyedWrite(AnimatedProperty &property, TimeUs t, double value, bool autoKey
         return true;
     }
 
-    // Nearest key within the tolerance; ties go to the earlier key.
-    TimeUs bestTime = 0;
-    TimeUs bestDistance = kKeyframeSnapToleranceUs + 1;
-    for (auto it = keys.cbegin(); it != keys.cend(); ++it) {
-        const TimeUs distance = it.key() > t ? it.key() - t : t - it.key();
-        if (distance < bestDistance) {
-            bestDistance = distance;
-            bestTime = it.key();
-        }
-    }
-    if (bestDistance > kKeyframeSnapToleranceUs)
+    const std::optional<TimeUs> nearest = nearestKeyTime(property, t);
+    if (!nearest)
         return false;
-    setAt(property, bestTime, value);
+    setAt(property, *nearest, value);
     return true;
 }
 

@@ -4,6 +4,8 @@
 
 #include <QMap>
 
+#include <optional>
+
 namespace orvel {
 
 // One key of an animated property. Its time is the key of the map that holds it, relative to
@@ -17,6 +19,8 @@ struct Keyframe
     double outDy = 0.0;
     bool corner = false; // editing hint only: the evaluator ignores it
     bool hold = false;   // value stays constant until the next key
+
+    bool operator==(const Keyframe &) const = default;
 };
 
 struct AnimatedProperty
@@ -25,6 +29,7 @@ struct AnimatedProperty
     bool enabled = true;
 
     bool isEmpty() const { return keyframes.isEmpty(); }
+    bool operator==(const AnimatedProperty &) const = default;
 };
 
 // A property holding one key at time 0: the form of a constant value.
@@ -47,6 +52,11 @@ void setAt(AnimatedProperty &property, TimeUs t, double value);
 
 // Keys closer than this (inclusive) to an edit time are taken as "the key being edited".
 inline constexpr TimeUs kKeyframeSnapToleranceUs = 33333;
+
+// Time of the key nearest t, at most toleranceUs away (inclusive). Of two keys equally near, the
+// earlier one wins.
+std::optional<TimeUs> nearestKeyTime(const AnimatedProperty &property, TimeUs t,
+                                     TimeUs toleranceUs = kKeyframeSnapToleranceUs);
 
 // The keyed write behind every value edit. Returns whether it wrote; false means the edit falls
 // between keys of an animated property with auto-key off and must be refused.
