@@ -29,6 +29,9 @@ AppController::AppController(AssetLibrary *assetLibrary, QObject *parent)
 
 AppController::~AppController()
 {
+    // The stack clears itself on destruction and announces it; by then the selection it would
+    // prune is already gone.
+    disconnect(&m_undoStack, nullptr, this, nullptr);
     m_autosaveTimer.stop();
 }
 
