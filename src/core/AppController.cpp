@@ -29,6 +29,9 @@ AppController::AppController(AssetLibrary *assetLibrary, QObject *parent)
 
 AppController::~AppController()
 {
+    // The stack clears itself on destruction and announces it; by then the selection it would
+    // prune is already gone.
+    disconnect(&m_undoStack, nullptr, this, nullptr);
     m_autosaveTimer.stop();
 }
 
@@ -39,13 +42,11 @@ void AppController::connectSignals()
     connect(this, &AppController::tracksChanged, this, &AppController::selectedClipDataChanged);
     connect(this, &AppController::tracksChanged, this, &AppController::editCapabilitiesChanged);
     if (m_assetLibrary) {
-        connect(m_assetLibrary, &QAbstractItemModel::modelReset, this, &AppController::editCapabilitiesChanged);
+        connect(m_assetLibrary, &QAbstractItemModel::modelReset, this,
+                &AppController::editCapabilitiesChanged);
         connect(m_assetLibrary, &AssetLibrary::countChanged, this, &AppController::editCapabilitiesChanged);
     }
-    connect(&m_undoStack, &QUndoStack::indexChanged, this, [this] {
-        emit undoStackChanged();
-        setDirty(true);
-    });
+    connect(&m_undoStack, &QUndoStack::indexChanged, this, &AppController::afterUndoIndexChanged);
     connect(&m_undoStack, &QUndoStack::cleanChanged, this, &AppController::undoStackChanged);
     connect(this, &AppController::tracksChanged, this, &AppController::selectedTransitionDataChanged);
 }
@@ -159,10 +160,12 @@ QString AppController::filmstripFrameUrl(const QString &path, int frame, int cou
 
 void AppController::undo()
 {
-    m_undoStack.undo();
+    if (m_undoStack.canUndo())
+        m_undoStack.undo();
 }
 
 void AppController::redo()
 {
-    m_undoStack.redo();
+    if (m_undoStack.canRedo())
+        m_undoStack.redo();
 }

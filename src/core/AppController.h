@@ -1,14 +1,20 @@
 #pragma once
 
 #include "core/Recovery.h"
+#include "core/document/ClipEditing.h"
 #include "core/document/Project.h"
 
 #include <QJsonObject>
+#include <QList>
 #include <QObject>
+#include <QRectF>
 #include <QString>
 #include <QTimer>
 #include <QUndoStack>
+#include <QVariantList>
 #include <QVariantMap>
+
+#include <functional>
 
 #include "media/AssetLibrary.h"
 
@@ -20,10 +26,18 @@
 //   AppController.cpp          construction, settings-backed flags, playhead, image URLs
 //   AppControllerDocument.cpp  the document as JSON bytes (load and save)
 //   AppControllerAutosave.cpp  autosave snapshot and recovery
+//   AppControllerEdits.cpp     undo entries, the refresh after an edit, what follows undo
+//   AppControllerDrag.cpp      live drag transactions (beginPreviewDrag, previewSet*, commit)
+//   AppControllerAdd.cpp       new clips from assets and generated clips, freeze frame
+//   AppControllerClips.cpp     moves, trims, timing and the plain field writers of one clip
+//   AppControllerSplit.cpp     the splits
+//   AppControllerClipboard.cpp delete, duplicate, copy, paste, nudge, merge, separate, unlink
+//   AppControllerSelection.cpp the selection, its pruning and the edit capabilities
 class AppController : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(double playheadSeconds READ playheadSeconds WRITE setPlayheadSeconds NOTIFY playheadSecondsChanged)
+    Q_PROPERTY(
+        double playheadSeconds READ playheadSeconds WRITE setPlayheadSeconds NOTIFY playheadSecondsChanged)
     Q_PROPERTY(double durationSeconds READ durationSeconds NOTIFY tracksChanged)
     Q_PROPERTY(bool playing READ playing WRITE setPlaying NOTIFY playingChanged)
     Q_PROPERTY(bool snapEnabled READ snapEnabled WRITE setSnapEnabled NOTIFY snapEnabledChanged)
@@ -38,6 +52,15 @@ class AppController : public QObject
     Q_PROPERTY(bool recoveryAvailable READ recoveryAvailable NOTIFY recoveryChanged)
     Q_PROPERTY(QVariantMap recoveryInfo READ recoveryInfo NOTIFY recoveryChanged)
     Q_PROPERTY(AssetLibrary *assetLibrary READ assetLibrary CONSTANT)
+    Q_PROPERTY(int selectedTrack READ selectedTrack NOTIFY selectionChanged)
+    Q_PROPERTY(int selectedClip READ selectedClip NOTIFY selectionChanged)
+    Q_PROPERTY(QVariantList selectedClips READ selectedClips NOTIFY selectionChanged)
+    Q_PROPERTY(int selectedTransitionTrack READ selectedTransitionTrack NOTIFY selectionChanged)
+    Q_PROPERTY(int selectedTransitionLeftClip READ selectedTransitionLeftClip NOTIFY selectionChanged)
+    Q_PROPERTY(bool mergeAvailable READ canMergeSelection NOTIFY editCapabilitiesChanged)
+    Q_PROPERTY(bool separateAudioAvailable READ canSeparateAudioSelection NOTIFY editCapabilitiesChanged)
+    Q_PROPERTY(bool unlinkAvailable READ canUnlinkSelection NOTIFY editCapabilitiesChanged)
+    Q_PROPERTY(bool dragActive READ dragActive NOTIFY dragActiveChanged)
 
 public:
     explicit AppController(AssetLibrary *assetLibrary, QObject *parent = nullptr);
@@ -78,11 +101,132 @@ public:
     // everything as it was and reports "Invalid project file".
     bool loadProjectJson(const QByteArray &utf8);
 
+    int selectedTrack() const { return m_selectedTrack; }
+    int selectedClip() const { return m_selectedClip; }
+    QVariantList selectedClips() const;
+    int selectedTransitionTrack() const { return m_selectedTransitionTrack; }
+    int selectedTransitionLeftClip() const { return m_selectedTransitionLeftClip; }
+    bool dragActive() const { return m_dragActive; }
+
+    // Hooks to services built elsewhere, so the edits work (and are testable) without them.
+    // Extracts one still of a video file at a source time and returns the image's path, or empty
+    // on failure. It runs on a pool thread and must not touch the controller.
+    using StillFrameSource = std::function<QString(const QString &videoPath, orvel::TimeUs sourceUs)>;
+    void setStillFrameSource(StillFrameSource source) { m_stillFrameSource = std::move(source); }
+    // Sticker id to image file; without one, an id that names an existing file is its own path.
+    void setStickerPathResolver(std::function<QString(const QString &)> resolver)
+    {
+        m_stickerPathResolver = std::move(resolver);
+    }
+    // Folder of the installed emoji sticker pack; empty when the pack is not installed.
+    void setEmojiPackDirectory(const QString &directory) { m_emojiPackDirectory = directory; }
+    // Width-to-height ratio of a shape of the catalogue; values at or below 0.01 mean unknown.
+    void setShapeAspectResolver(std::function<double(int)> resolver)
+    {
+        m_shapeAspectResolver = std::move(resolver);
+    }
+    // Beat times that snapping also considers; filled by beat analysis.
+    void setBeatSnapTimes(const QList<orvel::TimeUs> &beatsUs) { m_beatSnapUs = beatsUs; }
+
 public slots:
     QString imageUrl(const QString &path) const;
     QString filmstripFrameUrl(const QString &path, int frame, int count) const;
     void undo();
     void redo();
+
+    // Adding clips
+    void addClipFromAsset(int assetIndex);
+    void addClipFromAssetAt(int assetIndex, int trackIndex, double atSeconds);
+    void addClipFromAssetOnNewTrack(int assetIndex, double atSeconds);
+    void addTextClip(const QString &text, double atSeconds);
+    void addSubtitleClip(double atSeconds);
+    void addShapeClip(const QString &shapeKind);
+    void addShapeClipAt(const QString &shapeId, int trackIndex, double atSeconds);
+    void addStickerClip(const QString &stickerId, double atSeconds);
+    void addEmojiClip(const QString &emoji, const QString &name, double atSeconds);
+    void freezeFrameAtPlayhead();
+    bool trackAcceptsAsset(int trackIndex, int assetIndex) const;
+    QString trackTypeForAsset(int assetIndex) const;
+
+    // Moving, trimming and clip fields
+    void moveClip(int trackIndex, int clipIndex, double newStart);
+    void moveClipToTrack(int trackIndex, int clipIndex, int newTrackIndex, double newStart);
+    void trimClipLeft(int trackIndex, int clipIndex, double newStart);
+    void trimClipRight(int trackIndex, int clipIndex, double newEnd);
+    void setClipStart(int trackIndex, int clipIndex, double start);
+    void setClipDuration(int trackIndex, int clipIndex, double duration);
+    void setClipTrim(int trackIndex, int clipIndex, double inPoint, double outPoint);
+    void setClipFade(int trackIndex, int clipIndex, double fadeInSeconds, double fadeOutSeconds);
+    void setClipFadeCurve(int trackIndex, int clipIndex, const QString &curve);
+    void setClipBlendMode(int trackIndex, int clipIndex, const QString &mode);
+    void setClipFlip(int trackIndex, int clipIndex, bool flipH, bool flipV);
+    void setClipMask(int trackIndex, int clipIndex, const QVariantMap &mask);
+    void setShapeStyle(int trackIndex, int clipIndex, const QVariantMap &style);
+    void setTextStyle(int trackIndex, int clipIndex, const QVariantMap &style);
+    void setClipTextContent(int trackIndex, int clipIndex, const QString &text);
+    void resetClipTransform(int trackIndex, int clipIndex);
+    void setClipRotationSnap(int trackIndex, int clipIndex, double degrees);
+    double snapTime(double seconds) const;
+
+    // Splitting
+    void splitAtPlayhead();
+    void splitClipAt(int trackIndex, int clipIndex, double seconds);
+    void splitClipLeftAt(int trackIndex, int clipIndex, double seconds);
+    void splitClipRightAt(int trackIndex, int clipIndex, double seconds);
+    void alignSelectedClipLeft();
+    void alignSelectedClipRight();
+
+    // Operations on the selection
+    void deleteSelectedClip();
+    void duplicateSelectedClip();
+    void copySelection();
+    void cutSelection();
+    void pasteAtPlayhead();
+    void nudgeSelection(double deltaSeconds);
+    void mergeSelectedClips();
+    void separateAudioFromSelection();
+    void unlinkSelectedClips();
+    bool canMergeSelection() const;
+    bool canSeparateAudioSelection() const;
+    bool canUnlinkSelection() const;
+
+    // Selection
+    void selectClip(int trackIndex, int clipIndex);
+    void addToSelection(int trackIndex, int clipIndex);
+    void setSelection(const QVariantList &pairs);
+    void selectAllClips();
+    void clearSelection();
+    bool selectionContains(int trackIndex, int clipIndex) const;
+    void selectTransition(int trackIndex, int leftClipIndex);
+    void clearTransitionSelection();
+
+    // Drag transactions: many live writes, one undo entry
+    void beginPreviewDrag(const QString &undoText = QString());
+    void commitPreviewDrag();
+    void cancelPreviewDrag();
+    void previewSetClipPosition(int trackIndex, int clipIndex, double xPixels, double yPixels);
+    void previewSetClipSize(int trackIndex, int clipIndex, double widthPixels, double heightPixels);
+    void previewSetClipRect(int trackIndex, int clipIndex, double x, double y, double w, double h);
+    void previewSetTextRect(int trackIndex, int clipIndex, double x, double y, double w, double h,
+                            int pixelSize);
+    void previewSetClipRotation(int trackIndex, int clipIndex, double degrees);
+    void previewSetClipKeyframe(int trackIndex, int clipIndex, const QString &prop, double atSeconds,
+                                double value);
+    void previewMoveClipKeyframe(int trackIndex, int clipIndex, const QString &prop, double fromSeconds,
+                                 double toSeconds, double value);
+    void previewSetEffectParam(int trackIndex, int clipIndex, int effectIndex, const QString &key,
+                               const QVariant &value);
+    void previewSetAudioEffectParam(int trackIndex, int clipIndex, int effectIndex, const QString &key,
+                                    const QVariant &value);
+    void previewSetClipSpeed(int trackIndex, int clipIndex, double speed);
+    void previewSetClipMask(int trackIndex, int clipIndex, const QVariantMap &mask);
+    void previewSetClipFade(int trackIndex, int clipIndex, double fadeInSeconds, double fadeOutSeconds);
+    void previewSetClipTextContent(int trackIndex, int clipIndex, const QString &text);
+    void previewSetSubtitleCues(int trackIndex, int clipIndex, const QVariantList &cues);
+    void previewSetTransitionParam(int trackIndex, const QString &transitionId, const QString &key,
+                                   const QVariant &value);
+    void previewSetKeyframeTangents(int trackIndex, int clipIndex, const QString &prop, double atSeconds,
+                                    double inDx, double inDy, double outDx, double outDy, bool corner);
 
 signals:
     void tracksChanged();
@@ -101,6 +245,12 @@ signals:
     void editCapabilitiesChanged();
     void selectedTransitionDataChanged();
     void bookmarksChanged();
+    void projectNameChanged();
+    void backgroundChanged();
+    void dragActiveChanged();
+    void transformBlocked(const QString &reason);
+    void inlineTextEditRequested(int trackIndex, int clipIndex);
+    void projectMutated();
 
 protected:
     void setLastMessage(const QString &message);
@@ -113,6 +263,56 @@ private:
     void startAutosave();
     void writeAutosaveIfDirty();
     void checkForRecovery();
+
+    // Edits (AppControllerEdits.cpp)
+    struct ClipboardEntry
+    {
+        orvel::Clip clip;
+        orvel::TrackType trackType = orvel::TrackType::video;
+    };
+    bool validClip(int trackIndex, int clipIndex) const;
+    const orvel::Clip *clipAt(int trackIndex, int clipIndex) const;
+    orvel::SnapContext snapContext() const;
+    orvel::TimeUs snapUs(orvel::TimeUs t) const;
+    void commitEdit(const orvel::Project &before, const QString &undoText, const QString &message);
+    void refreshAfterEdit(const QString &message);
+    void afterUndoIndexChanged();
+    void lightRefresh();
+    void syncLinkedPartners(int trackIndex, int clipIndex);
+
+    // Adding (AppControllerAdd.cpp)
+    const orvel::Asset *assetAtIndex(int assetIndex) const;
+    void addAssetClip(int assetIndex, int trackIndex, orvel::TimeUs startUs, bool onNewTrack);
+    orvel::TimeUs startOrPlayheadUs(double atSeconds) const;
+    orvel::ClipRef placeGeneratedClip(orvel::Clip clip, int preferredTrack, orvel::TimeUs startUs,
+                                      const QString &message);
+    void addImageSticker(const QString &path, const QString &emoji, const QString &name, double atSeconds,
+                         const QString &message);
+    void finishFreezeFrame(const QString &stillPath, orvel::TimeUs requestPlayheadUs, const QRectF &frame);
+
+    // Clip edits (AppControllerClips.cpp)
+    template <typename Mutator>
+    void editClip(int trackIndex, int clipIndex, const QString &undoText, const QString &message,
+                  Mutator mutate);
+
+    // Splits (AppControllerSplit.cpp)
+    bool splitWithPartners(int trackIndex, int clipIndex, orvel::TimeUs atUs);
+    void splitKeepingOneSide(int trackIndex, int clipIndex, orvel::TimeUs atUs, bool keepRight);
+
+    // Selection (AppControllerSelection.cpp)
+    QList<orvel::ClipRef> effectiveSelection() const;
+    void pruneSelection();
+    void setSelectionRefs(const QList<orvel::ClipRef> &refs);
+    void appendWithPartners(QList<orvel::ClipRef> &refs, int trackIndex, int clipIndex) const;
+    bool mergePair(orvel::ClipRef &first, orvel::ClipRef &second) const;
+    bool clipHasSeparableAudio(const orvel::Clip &clip) const;
+
+    // Drag (AppControllerDrag.cpp)
+    void ensureTransaction(const QString &undoText);
+    template <typename Mutator>
+    void previewEditClip(int trackIndex, int clipIndex, const QString &undoText, Mutator mutate);
+    bool previewKeyedWrite(int trackIndex, int clipIndex, const QString &undoText, const QString &refusal,
+                           const QList<std::pair<QString, double>> &values, int textPixelSize = -1);
 
     AssetLibrary *m_assetLibrary = nullptr;
     orvel::Project m_project;
@@ -133,6 +333,17 @@ private:
     orvel::RecoveryInfo m_recoveryInfo;
     int m_selectedTrack = -1;
     int m_selectedClip = -1;
+    QList<orvel::ClipRef> m_selection;
+    int m_selectedTransitionTrack = -1;
+    int m_selectedTransitionLeftClip = -1;
+    QList<ClipboardEntry> m_clipboard;
+    QList<orvel::TimeUs> m_beatSnapUs;
+    bool m_dragActive = false;
+    orvel::Project m_dragBase;
+    StillFrameSource m_stillFrameSource;
+    std::function<QString(const QString &)> m_stickerPathResolver;
+    QString m_emojiPackDirectory;
+    std::function<double(int)> m_shapeAspectResolver;
 };
 
 // The QML singleton type: the same object as AppController under the name QML code uses.

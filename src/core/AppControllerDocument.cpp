@@ -73,6 +73,11 @@ bool AppController::loadProjectJson(const QByteArray &utf8)
 
     m_selectedTrack = -1;
     m_selectedClip = -1;
+    m_selection.clear();
+    m_selectedTransitionTrack = -1;
+    m_selectedTransitionLeftClip = -1;
+    m_dragActive = false; // an open transaction belonged to the replaced document
+    m_dragBase = orvel::Project();
     m_undoStack.clear();
     setDirty(false);
     emitDocumentSignals();

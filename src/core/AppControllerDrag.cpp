@@ -1,0 +1,367 @@
+// Drag transactions: a gesture writes live into the project many times and leaves one undo
+// entry. beginPreviewDrag keeps the state the gesture started from; commit pushes it as
+// "before", cancel puts it back.
+#include "core/AppController.h"
+
+#include "core/EditValues.h"
+#include "core/document/ProjectJson.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// A clip's animated property by its QML name: one of the seven transform and mix properties, or
+// "fx.<effect index>.<parameter id>". Null for anything else or an effect index past the list.
+orvel::AnimatedProperty *dragPropertyByName(orvel::Clip &clip, const QString &name, bool create)
+{
+    if (name == QLatin1String("x"))
+        return &clip.x;
+    if (name == QLatin1String("y"))
+        return &clip.y;
+    if (name == QLatin1String("width"))
+        return &clip.width;
+    if (name == QLatin1String("height"))
+        return &clip.height;
+    if (name == QLatin1String("rotation"))
+        return &clip.rotation;
+    if (name == QLatin1String("opacity"))
+        return &clip.opacity;
+    if (name == QLatin1String("volume"))
+        return &clip.volume;
+    if (!name.startsWith(QLatin1String("fx.")))
+        return nullptr;
+    const qsizetype secondDot = name.indexOf(QLatin1Char('.'), 3);
+    if (secondDot <= 3 || secondDot + 1 >= name.size())
+        return nullptr;
+    const QStringView digits = QStringView(name).mid(3, secondDot - 3);
+    if (!std::all_of(digits.begin(), digits.end(),
+                     [](QChar ch) { return ch.isDigit() && ch.unicode() < 128; }))
+        return nullptr;
+    bool ok = false;
+    const int effectIndex = digits.toInt(&ok, 10);
+    if (!ok || effectIndex < 0 || effectIndex >= clip.effects.size())
+        return nullptr;
+    const QString paramId = name.mid(secondDot + 1);
+    orvel::EffectInstance &effect = clip.effects[effectIndex];
+    if (!create && !effect.paramKeyframes.contains(paramId))
+        return nullptr;
+    return &effect.paramKeyframes[paramId];
+}
+
+bool isNumber(const QVariant &value)
+{
+    switch (value.metaType().id()) {
+    case QMetaType::Double:
+    case QMetaType::Float:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// An effect parameter keeps a static value in `parameters`; once animated (or with auto-key
+// on) the keyed write decides, and a successful write also updates the static value.
+bool writeEffectParameter(orvel::EffectInstance &effect, const QString &key, const QVariant &value,
+                          orvel::TimeUs localUs, bool autoKey)
+{
+    const auto existing = effect.paramKeyframes.constFind(key);
+    const bool animated = existing != effect.paramKeyframes.cend() && !existing->isEmpty();
+    if (!isNumber(value) || (!animated && !autoKey)) {
+        effect.parameters.insert(key, value);
+        return true;
+    }
+    if (!orvel::keyedWrite(effect.paramKeyframes[key], localUs, value.toDouble(), autoKey, false))
+        return false;
+    effect.parameters.insert(key, value);
+    return true;
+}
+
+// The key nearest t within the keyframe tolerance, or end() when there is none.
+QMap<orvel::TimeUs, orvel::Keyframe>::iterator nearestKeyInTolerance(orvel::AnimatedProperty &property,
+                                                                     orvel::TimeUs t)
+{
+    auto nearest = property.keyframes.end();
+    orvel::TimeUs bestUs = orvel::kKeyframeSnapToleranceUs + 1;
+    for (auto it = property.keyframes.begin(); it != property.keyframes.end(); ++it) {
+        const orvel::TimeUs distance = std::llabs(it.key() - t);
+        if (distance < bestUs) {
+            bestUs = distance;
+            nearest = it;
+        }
+    }
+    return nearest;
+}
+
+orvel::TimeUs localTimeFloored(const orvel::Clip &clip, double atSeconds)
+{
+    return std::max<orvel::TimeUs>(orvel::secondsToUs(atSeconds) - clip.timelineStartUs, 0);
+}
+
+} // namespace
+
+void AppController::beginPreviewDrag(const QString &undoText)
+{
+    m_dragBase = m_project;
+    m_dragUndoText = undoText.isEmpty() ? tr("Edit clip") : undoText;
+    if (!m_dragActive) {
+        m_dragActive = true;
+        emit dragActiveChanged();
+    }
+}
+
+void AppController::commitPreviewDrag()
+{
+    if (!m_dragActive)
+        return;
+    m_dragActive = false;
+    const orvel::Project before = std::exchange(m_dragBase, orvel::Project());
+    emit dragActiveChanged();
+    commitEdit(before, m_dragUndoText, m_dragUndoText);
+}
+
+void AppController::cancelPreviewDrag()
+{
+    if (!m_dragActive)
+        return;
+    m_project = std::exchange(m_dragBase, orvel::Project());
+    m_dragActive = false;
+    emit dragActiveChanged();
+    lightRefresh();
+}
+
+void AppController::ensureTransaction(const QString &undoText)
+{
+    if (!m_dragActive)
+        beginPreviewDrag(undoText);
+}
+
+// The pattern of every live write: work on a copy of the clip, and only when the mutation
+// accepts, open the transaction if needed, store it and show it.
+template <typename Mutator>
+void AppController::previewEditClip(int trackIndex, int clipIndex, const QString &undoText, Mutator mutate)
+{
+    const orvel::Clip *current = clipAt(trackIndex, clipIndex);
+    if (!current)
+        return;
+    orvel::Clip edited = *current;
+    if (!mutate(edited))
+        return;
+    ensureTransaction(undoText);
+    m_project.tracks[trackIndex].clips[clipIndex] = edited;
+    lightRefresh();
+}
+
+// Keyed writes of transform values at the playhead. Either all of them write or none does; a
+// refusal is reported by transformBlocked and opens no transaction.
+bool AppController::previewKeyedWrite(int trackIndex, int clipIndex, const QString &undoText,
+                                      const QString &refusal, const QList<std::pair<QString, double>> &values,
+                                      int textPixelSize)
+{
+    bool wrote = false;
+    previewEditClip(trackIndex, clipIndex, undoText, [&](orvel::Clip &clip) {
+        const orvel::TimeUs localUs = orvel::clipLocalTimeUs(clip, m_playheadUs);
+        for (const auto &[name, value] : values) {
+            orvel::AnimatedProperty *property = dragPropertyByName(clip, name, true);
+            if (!property || !orvel::keyedWrite(*property, localUs, value, m_autoKeyEnabled, false)) {
+                emit transformBlocked(refusal);
+                return false;
+            }
+        }
+        if (textPixelSize > 0)
+            clip.textStyle.pixelSize = textPixelSize;
+        wrote = true;
+        return true;
+    });
+    return wrote;
+}
+
+void AppController::previewSetClipPosition(int trackIndex, int clipIndex, double xPixels, double yPixels)
+{
+    previewKeyedWrite(trackIndex, clipIndex, tr("Move clip"), tr("Turn on Auto keyframes to move this"),
+                      {{QStringLiteral("x"), xPixels}, {QStringLiteral("y"), yPixels}});
+}
+
+void AppController::previewSetClipSize(int trackIndex, int clipIndex, double widthPixels, double heightPixels)
+{
+    previewKeyedWrite(trackIndex, clipIndex, tr("Resize clip"), tr("Turn on Auto keyframes to resize this"),
+                      {{QStringLiteral("width"), std::max(widthPixels, 1.0)},
+                       {QStringLiteral("height"), std::max(heightPixels, 1.0)}});
+}
+
+void AppController::previewSetClipRect(int trackIndex, int clipIndex, double x, double y, double w, double h)
+{
+    previewKeyedWrite(trackIndex, clipIndex, tr("Transform clip"),
+                      tr("Turn on Auto keyframes to change this"),
+                      {{QStringLiteral("x"), x},
+                       {QStringLiteral("y"), y},
+                       {QStringLiteral("width"), std::max(w, 1.0)},
+                       {QStringLiteral("height"), std::max(h, 1.0)}});
+}
+
+void AppController::previewSetTextRect(int trackIndex, int clipIndex, double x, double y, double w, double h,
+                                       int pixelSize)
+{
+    previewKeyedWrite(trackIndex, clipIndex, tr("Resize text"), tr("Turn on Auto keyframes to change this"),
+                      {{QStringLiteral("x"), x},
+                       {QStringLiteral("y"), y},
+                       {QStringLiteral("width"), std::max(w, 1.0)},
+                       {QStringLiteral("height"), std::max(h, 1.0)}},
+                      std::max(pixelSize, 1));
+}
+
+void AppController::previewSetClipRotation(int trackIndex, int clipIndex, double degrees)
+{
+    previewKeyedWrite(trackIndex, clipIndex, tr("Rotate clip"), tr("Turn on Auto keyframes to rotate this"),
+                      {{QStringLiteral("rotation"), degrees}});
+}
+
+void AppController::previewSetClipKeyframe(int trackIndex, int clipIndex, const QString &prop,
+                                           double atSeconds, double value)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Edit keyframe"), [&](orvel::Clip &clip) {
+        orvel::AnimatedProperty *property = dragPropertyByName(clip, prop, true);
+        if (!property)
+            return false;
+        if (!orvel::keyedWrite(*property, localTimeFloored(clip, atSeconds), value, m_autoKeyEnabled,
+                               false)) {
+            emit transformBlocked(tr("Turn on Auto keyframes to edit this"));
+            return false;
+        }
+        return true;
+    });
+}
+
+void AppController::previewMoveClipKeyframe(int trackIndex, int clipIndex, const QString &prop,
+                                            double fromSeconds, double toSeconds, double value)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Move keyframe"), [&](orvel::Clip &clip) {
+        orvel::AnimatedProperty *property = dragPropertyByName(clip, prop, true);
+        if (!property)
+            return false;
+        const auto moving = nearestKeyInTolerance(*property, localTimeFloored(clip, fromSeconds));
+        if (moving != property->keyframes.end())
+            property->keyframes.erase(moving);
+        orvel::setAt(*property, localTimeFloored(clip, toSeconds), value);
+        return true;
+    });
+}
+
+void AppController::previewSetEffectParam(int trackIndex, int clipIndex, int effectIndex, const QString &key,
+                                          const QVariant &value)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Edit effect"), [&](orvel::Clip &clip) {
+        if (effectIndex < 0 || effectIndex >= clip.effects.size())
+            return false;
+        return writeEffectParameter(clip.effects[effectIndex], key, value,
+                                    orvel::clipLocalTimeUs(clip, m_playheadUs), m_autoKeyEnabled);
+    });
+}
+
+void AppController::previewSetAudioEffectParam(int trackIndex, int clipIndex, int effectIndex,
+                                               const QString &key, const QVariant &value)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Edit audio effect"), [&](orvel::Clip &clip) {
+        if (effectIndex < 0 || effectIndex >= clip.audioEffects.size())
+            return false;
+        clip.audioEffects[effectIndex].parameters.insert(key, value);
+        return true;
+    });
+}
+
+void AppController::previewSetClipSpeed(int trackIndex, int clipIndex, double speed)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Speed changed"), [&](orvel::Clip &clip) {
+        if (clip.type != orvel::ClipType::video && clip.type != orvel::ClipType::audio)
+            return false;
+        const double clamped = std::clamp(speed, orvel::kConstantSpeedMin, orvel::kConstantSpeedMax);
+        orvel::applyConstantSpeed(m_project, clip, clamped);
+        return true;
+    });
+}
+
+void AppController::previewSetClipMask(int trackIndex, int clipIndex, const QVariantMap &mask)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Mask changed"), [&](orvel::Clip &clip) {
+        clip.mask = orvel::clipMaskFromJson(orvel::jsonWithChanges(orvel::clipMaskToJson(clip.mask), mask));
+        return true;
+    });
+}
+
+void AppController::previewSetClipFade(int trackIndex, int clipIndex, double fadeInSeconds,
+                                       double fadeOutSeconds)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Adjust fade"), [&](orvel::Clip &clip) {
+        orvel::applyFades(clip, orvel::secondsToUs(fadeInSeconds), orvel::secondsToUs(fadeOutSeconds));
+        return true;
+    });
+}
+
+void AppController::previewSetClipTextContent(int trackIndex, int clipIndex, const QString &text)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Edit text"), [&](orvel::Clip &clip) {
+        clip.textContent = text;
+        return true;
+    });
+}
+
+// Cues come as maps with the JSON key names; the clip reader sorts and sanitises them.
+void AppController::previewSetSubtitleCues(int trackIndex, int clipIndex, const QVariantList &cues)
+{
+    previewEditClip(trackIndex, clipIndex, tr("Adjust subtitle timing"), [&](orvel::Clip &clip) {
+        const QJsonObject holder{{QStringLiteral("subtitleCues"), QJsonArray::fromVariantList(cues)}};
+        clip.subtitleCues = orvel::clipFromJson(holder, m_project.width, m_project.height).subtitleCues;
+        return true;
+    });
+}
+
+void AppController::previewSetTransitionParam(int trackIndex, const QString &transitionId, const QString &key,
+                                              const QVariant &value)
+{
+    if (trackIndex < 0 || trackIndex >= m_project.tracks.size())
+        return;
+    const QList<orvel::Transition> &transitions = m_project.tracks[trackIndex].transitions;
+    const auto found = std::find_if(transitions.begin(), transitions.end(),
+                                    [&](const orvel::Transition &t) { return t.id == transitionId; });
+    if (found == transitions.end())
+        return;
+    const int index = int(found - transitions.begin());
+    ensureTransaction(tr("Edit transition"));
+    m_project.tracks[trackIndex].transitions[index].parameters.insert(key, value);
+    lightRefresh();
+}
+
+// Changes one key's handles in place. The caller owns the transaction (the graph editor opens
+// one per handle drag), so this neither opens nor pushes anything.
+void AppController::previewSetKeyframeTangents(int trackIndex, int clipIndex, const QString &prop,
+                                               double atSeconds, double inDx, double inDy, double outDx,
+                                               double outDy, bool corner)
+{
+    const orvel::Clip *current = clipAt(trackIndex, clipIndex);
+    if (!current)
+        return;
+    orvel::Clip edited = *current;
+    orvel::AnimatedProperty *property = dragPropertyByName(edited, prop, false);
+    if (!property)
+        return;
+    const auto nearest = nearestKeyInTolerance(*property, localTimeFloored(edited, atSeconds));
+    if (nearest == property->keyframes.end())
+        return;
+    nearest->inDx = std::min(double(orvel::secondsToUs(inDx)), 0.0);
+    nearest->inDy = inDy;
+    nearest->outDx = std::max(double(orvel::secondsToUs(outDx)), 0.0);
+    nearest->outDy = outDy;
+    nearest->corner = corner;
+    nearest->hold = false;
+    m_project.tracks[trackIndex].clips[clipIndex] = edited;
+    emit tracksChanged();
+    emit selectedClipDataChanged();
+    emit projectMutated();
+}
