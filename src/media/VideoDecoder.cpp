@@ -17,6 +17,8 @@ extern "C" {
 namespace orvel {
 
 namespace {
+constexpr qsizetype kScalerSlackBytes = 256;
+
 bool isHardwareFormat(int format)
 {
     const AVPixFmtDescriptor *desc = av_pix_fmt_desc_get(AVPixelFormat(format));
@@ -293,9 +295,13 @@ Nv12Frame ClipReader::convertToNv12(const AVFrame *frame)
     Nv12Frame out;
     out.width = width;
     out.height = height;
-    out.data = QByteArray(qsizetype(width) * (height + height / 2), Qt::Uninitialized);
+    const qsizetype lumaBytes = qsizetype(width) * height;
+    // The scaler's vector code may write a little past the last row; the slack takes it, and
+    // the frame's size stays the exact packed size.
+    out.data.reserve(lumaBytes + lumaBytes / 2 + kScalerSlackBytes);
+    out.data.resize(lumaBytes + lumaBytes / 2);
     char *luma = out.data.data();
-    char *chroma = luma + qsizetype(width) * height;
+    char *chroma = luma + lumaBytes;
     if (frame->format == AV_PIX_FMT_NV12 && frame->width == width && frame->height == height) {
         copyPlaneRows(luma, frame->data[0], frame->linesize[0], width, height);
         copyPlaneRows(chroma, frame->data[1], frame->linesize[1], width, height / 2);
@@ -303,22 +309,15 @@ Nv12Frame ClipReader::convertToNv12(const AVFrame *frame)
     }
     swsNv12 = sws_getCachedContext(swsNv12, frame->width, frame->height, AVPixelFormat(frame->format), width,
                                    height, AV_PIX_FMT_NV12, SWS_BILINEAR, nullptr, nullptr, nullptr);
-    AVFrame *scaled = av_frame_alloc();
-    bool ok = false;
-    if (swsNv12 && scaled) {
-        scaled->format = AV_PIX_FMT_NV12;
-        scaled->width = width;
-        scaled->height = height;
-        ok = av_frame_get_buffer(scaled, 0) >= 0 &&
-             sws_scale(swsNv12, frame->data, frame->linesize, 0, frame->height, scaled->data,
-                       scaled->linesize) > 0;
-        if (ok) {
-            copyPlaneRows(luma, scaled->data[0], scaled->linesize[0], width, height);
-            copyPlaneRows(chroma, scaled->data[1], scaled->linesize[1], width, height / 2);
-        }
-    }
-    av_frame_free(&scaled);
-    return ok ? out : Nv12Frame{};
+    if (!swsNv12)
+        return {};
+    // Scaled straight into the packed planes: a stride equal to the width drops nothing.
+    uint8_t *planes[4] = {reinterpret_cast<uint8_t *>(luma), reinterpret_cast<uint8_t *>(chroma), nullptr,
+                          nullptr};
+    const int strides[4] = {width, width, 0, 0};
+    if (sws_scale(swsNv12, frame->data, frame->linesize, 0, frame->height, planes, strides) <= 0)
+        return {};
+    return out;
 }
 
 bool ClipReader::openVideoDecoder()
