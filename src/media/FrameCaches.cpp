@@ -5,7 +5,7 @@
 namespace orvel {
 
 namespace {
-template <typename Entry> QList<TimeUs> entryTimes(const QList<Entry> &entries)
+template <typename Entry> QList<TimeUs> cacheEntryTimes(const QList<Entry> &entries)
 {
     QList<TimeUs> times;
     times.reserve(entries.size());
@@ -14,7 +14,7 @@ template <typename Entry> QList<TimeUs> entryTimes(const QList<Entry> &entries)
     return times;
 }
 
-template <typename Entry> int indexOfTime(const QList<Entry> &entries, TimeUs timeUs)
+template <typename Entry> int cacheIndexOfTime(const QList<Entry> &entries, TimeUs timeUs)
 {
     for (int i = 0; i < entries.size(); ++i) {
         if (entries[i].timeUs == timeUs)
@@ -26,7 +26,7 @@ template <typename Entry> int indexOfTime(const QList<Entry> &entries, TimeUs ti
 
 QImage RgbaFrameCache::take(TimeUs sourceUs, TimeUs toleranceUs)
 {
-    const int index = nearestWithinTolerance(entryTimes(m_entries), sourceUs, toleranceUs);
+    const int index = nearestWithinTolerance(cacheEntryTimes(m_entries), sourceUs, toleranceUs);
     if (index < 0)
         return {};
     moveToFront(index);
@@ -35,7 +35,7 @@ QImage RgbaFrameCache::take(TimeUs sourceUs, TimeUs toleranceUs)
 
 void RgbaFrameCache::insert(TimeUs frameUs, const QImage &image)
 {
-    const int existing = indexOfTime(m_entries, frameUs);
+    const int existing = cacheIndexOfTime(m_entries, frameUs);
     if (existing >= 0) {
         moveToFront(existing);
         return;
@@ -61,7 +61,7 @@ Nv12Frame Nv12FrameCache::find(TimeUs sourceUs, TimeUs toleranceUs) const
 
 void Nv12FrameCache::insert(TimeUs frameUs, const Nv12Frame &frame)
 {
-    const int existing = indexOfTime(m_entries, frameUs);
+    const int existing = cacheIndexOfTime(m_entries, frameUs);
     if (existing >= 0) {
         if (existing > 0)
             m_entries.move(existing, 0);
@@ -85,7 +85,7 @@ qint64 Nv12FrameCache::frontBytes() const
 
 QList<TimeUs> Nv12FrameCache::times() const
 {
-    return entryTimes(m_entries);
+    return cacheEntryTimes(m_entries);
 }
 
 } // namespace orvel

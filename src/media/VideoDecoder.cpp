@@ -19,13 +19,13 @@ namespace orvel {
 namespace {
 constexpr qsizetype kScalerSlackBytes = 256;
 
-bool isHardwareFormat(int format)
+bool isHardwarePixelFormat(int format)
 {
     const AVPixFmtDescriptor *desc = av_pix_fmt_desc_get(AVPixelFormat(format));
     return desc && (desc->flags & AV_PIX_FMT_FLAG_HWACCEL);
 }
 
-TimeUs frameTimeUs(const AVFrame *frame, AVRational timeBase)
+TimeUs decodedFrameTimeUs(const AVFrame *frame, AVRational timeBase)
 {
     int64_t pts = frame->pts;
     if (pts == AV_NOPTS_VALUE)
@@ -151,7 +151,7 @@ ClipReader::Picture ClipReader::decodePicture(TimeUs sourceUs, int maxWidth, int
 ClipReader::Picture ClipReader::convertPicture(AVFrame *frame, Output output)
 {
     Picture picture;
-    const bool hardwareFrame = isHardwareFormat(frame->format);
+    const bool hardwareFrame = isHardwarePixelFormat(frame->format);
     if (output == Output::rgba) {
         picture.image = convertToRgba(frame);
         picture.ok = !picture.image.isNull();
@@ -233,7 +233,7 @@ bool ClipReader::drainFrames(AVFrame *scratch, TimeUs sourceUs, FrameSearch &sea
             return false;
         }
         ++counters.framesDecoded;
-        const TimeUs timeUs = frameTimeUs(scratch, timeBase);
+        const TimeUs timeUs = decodedFrameTimeUs(scratch, timeBase);
         lastDecodedUs = timeUs;
         const TimeUs distance = timeUs > sourceUs ? timeUs - sourceUs : sourceUs - timeUs;
         if (distance < search.bestDistanceUs) {
@@ -261,7 +261,7 @@ QImage ClipReader::convertToRgba(const AVFrame *frame)
     if (width < 1 || height < 1)
         return {};
     const AVFrame *source = frame;
-    if (isHardwareFormat(frame->format)) {
+    if (isHardwarePixelFormat(frame->format)) {
         source = transferFromHardware(const_cast<AVFrame *>(frame), width, height);
         if (!source)
             return {};
@@ -290,7 +290,7 @@ Nv12Frame ClipReader::convertToNv12(const AVFrame *frame)
 {
     const int width = targetWidth & ~1;
     const int height = targetHeight & ~1;
-    if (width < 2 || height < 2 || isHardwareFormat(frame->format))
+    if (width < 2 || height < 2 || isHardwarePixelFormat(frame->format))
         return {};
     Nv12Frame out;
     out.width = width;

@@ -248,12 +248,13 @@ TEST(ClipReaderHardware, FailingDeviceFallsBackToSoftwareOnce)
     ASSERT_TRUE(reader.open(patternVideo()));
     EXPECT_EQ(patternIndex(reader.decodeVideoNv12(3 * kFrameUs, 0, 0)), 3);
     EXPECT_EQ(reader.counters.hwConfigLookups, 1);
-    EXPECT_LE(reader.counters.hwDeviceAttempts, 1);
+    EXPECT_EQ(reader.counters.hwDeviceAttempts, 1);
     EXPECT_EQ(reader.counters.softwareOpens, 1);
     EXPECT_FALSE(reader.hwActive);
-    if (reader.counters.hwDeviceAttempts == 1) {
-        EXPECT_TRUE(reader.hwDisabled);
-    }
+    EXPECT_TRUE(reader.hwDisabled);
+    // The latch holds: later requests never look at the device again.
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(90 * kFrameUs, 0, 0)), 90);
+    EXPECT_EQ(reader.counters.hwDeviceAttempts, 1);
 
     // A decoder that fails mid-stream is dropped, software takes over and the request is made again.
     reader.simulateHardwareFailure = true;
