@@ -197,6 +197,31 @@ TEST(ClipReaderStreams, UnknownFrameRateUsesTwentyMsAndNeverPrefetches)
     EXPECT_EQ(reader.nv12Cache.size(), 1);
 }
 
+TEST(ClipReaderStreams, Nv12SourceIsCopiedPlaneByPlane)
+{
+    ClipReader reader;
+    ASSERT_TRUE(reader.open(rawNv12Video()));
+    const Nv12Frame frame = reader.decodeVideoNv12(7 * kFrameUs, 0, 0);
+    ASSERT_TRUE(frame.isValid());
+    EXPECT_EQ(patternIndex(frame), 7);
+    EXPECT_EQ(frame.data.size(), kPatternWidth * kPatternHeight * 3 / 2);
+    // The scaler is never made for a source that is already NV12 of the right size.
+    EXPECT_EQ(reader.swsNv12, nullptr);
+    const QByteArray chroma = frame.data.mid(kPatternWidth * kPatternHeight);
+    EXPECT_EQ(chroma.count(char(128)), chroma.size());
+}
+
+TEST(ClipReaderStreams, OddSizesRoundDownToEvenForNv12Only)
+{
+    ClipReader reader;
+    ASSERT_TRUE(reader.open(oddSizeVideo()));
+    const Nv12Frame frame = reader.decodeVideoNv12(0, 0, 0);
+    EXPECT_TRUE(frame.isValid());
+    EXPECT_EQ(frame.width, 160);
+    EXPECT_EQ(frame.height, 96);
+    EXPECT_EQ(reader.decodeVideo(0, 0, 0).size(), QSize(161, 97));
+}
+
 TEST(ClipReaderStreams, MissingFileOrMissingStreamGivesNothing)
 {
     ClipReader missing;

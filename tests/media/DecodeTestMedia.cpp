@@ -94,6 +94,19 @@ QString noFrameRateVideo()
                                   "-preset", "veryfast", "-pix_fmt", "yuv420p"});
 }
 
+QString rawNv12Video()
+{
+    return generate("raw-nv12.nut",
+                    {"-f", "lavfi", "-i", patternSource(1), "-c:v", "rawvideo", "-pix_fmt", "nv12"});
+}
+
+QString oddSizeVideo()
+{
+    return generate("odd.mp4",
+                    {"-f", "lavfi", "-i", "color=c=red:s=160x96:r=25:d=1,format=yuv444p,scale=161:97", "-c:v",
+                     "libx264", "-preset", "veryfast"});
+}
+
 QString rampAudio()
 {
     return generate("ramp.wav",

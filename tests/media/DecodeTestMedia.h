@@ -21,6 +21,10 @@ QString patternVideo();
 QString variableRateVideo();
 // Two frames, 0.5 s apart, in a container that records no average frame rate.
 QString noFrameRateVideo();
+// The pattern as uncompressed NV12, so the decoder hands out NV12 frames.
+QString rawNv12Video();
+// One second of 161x97 H.264, an odd size in both directions.
+QString oddSizeVideo();
 // 6 s of 48 kHz float stereo whose every sample equals its time in seconds / 10.
 QString rampAudio();
 QString missingFile();
