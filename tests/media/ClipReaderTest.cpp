@@ -1,0 +1,358 @@
+#include "DecodeTestMedia.h"
+
+#include "media/ClipReader.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace orvel;
+using namespace decodetest;
+
+// Sets or clears an environment variable for one test and restores it afterwards.
+class ScopedEnv
+{
+public:
+    ScopedEnv(const char *name, bool set)
+        : m_name(name), m_had(qEnvironmentVariableIsSet(name)), m_old(qgetenv(name))
+    {
+        if (set)
+            qputenv(name, "1");
+        else
+            qunsetenv(name);
+    }
+    ~ScopedEnv()
+    {
+        if (m_had)
+            qputenv(m_name, m_old);
+        else
+            qunsetenv(m_name);
+    }
+
+private:
+    const char *m_name;
+    bool m_had;
+    QByteArray m_old;
+};
+
+class ClipReaderVideo : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(reader.open(patternVideo())); }
+
+    int nv12At(TimeUs t, int maxWidth = 0, int maxHeight = 0)
+    {
+        return patternIndex(reader.decodeVideoNv12(t, maxWidth, maxHeight));
+    }
+
+    ScopedEnv noVaapi{"ORVEL_NO_VAAPI", true};
+    ClipReader reader;
+};
+
+TEST_F(ClipReaderVideo, OpensStreamsAndFrameDuration)
+{
+    EXPECT_GE(reader.videoStream, 0);
+    EXPECT_GE(reader.audioStream, 0);
+    EXPECT_EQ(reader.frameDurationUs, kFrameUs);
+    EXPECT_EQ(reader.toleranceUs(), kFrameUs / 2);
+    // Opening the same path again does no work.
+    EXPECT_TRUE(reader.open(patternVideo()));
+    EXPECT_EQ(reader.counters.openAttempts, 1);
+}
+
+TEST_F(ClipReaderVideo, PicksNearestFrameAndEarlierAtHalfway)
+{
+    EXPECT_EQ(nv12At(10 * kFrameUs + kFrameUs / 2), 10);
+    EXPECT_EQ(nv12At(20 * kFrameUs + kFrameUs / 2 + 1), 21);
+    EXPECT_EQ(nv12At(30 * kFrameUs), 30);
+    EXPECT_EQ(patternIndex(reader.decodeVideo(40 * kFrameUs, 0, 0)), 40);
+}
+
+TEST_F(ClipReaderVideo, RepeatWithinHalfAFrameIsServedFromCache)
+{
+    ASSERT_EQ(nv12At(12 * kFrameUs), 12);
+    const ClipReaderCounters before = reader.counters;
+    EXPECT_EQ(nv12At(12 * kFrameUs + kFrameUs / 2), 12);
+    EXPECT_EQ(nv12At(12 * kFrameUs - kFrameUs / 2), 12);
+    EXPECT_EQ(reader.counters.framesDecoded, before.framesDecoded);
+    EXPECT_EQ(reader.counters.seeks, before.seeks);
+    EXPECT_EQ(reader.nv12Cache.size(), 1);
+}
+
+TEST_F(ClipReaderVideo, ForwardJumpOfTwoSecondsDecodesThroughAndMoreSeeks)
+{
+    ASSERT_EQ(nv12At(25 * kFrameUs), 25);
+    const int seeks = reader.counters.seeks;
+    EXPECT_EQ(nv12At(75 * kFrameUs), 75); // exactly 2.0 s on
+    EXPECT_EQ(reader.counters.seeks, seeks);
+    EXPECT_EQ(nv12At(125 * kFrameUs + 1), 125); // 2.000001 s on
+    EXPECT_EQ(reader.counters.seeks, seeks + 1);
+}
+
+TEST_F(ClipReaderVideo, SequentialReadsDecodeOneFrameEach)
+{
+    ASSERT_EQ(nv12At(0), 0);
+    const ClipReaderCounters start = reader.counters;
+    for (int i = 1; i <= 30; ++i)
+        ASSERT_EQ(nv12At(i * kFrameUs), i);
+    EXPECT_EQ(reader.counters.seeks, start.seeks);
+    EXPECT_EQ(reader.counters.framesDecoded - start.framesDecoded, 30);
+}
+
+TEST_F(ClipReaderVideo, ReverseSteppingSeeksAndCachesOnlyChosenFrames)
+{
+    ASSERT_EQ(nv12At(60 * kFrameUs), 60);
+    const int seeks = reader.counters.seeks;
+    for (int i = 59; i >= 50; --i)
+        ASSERT_EQ(nv12At(i * kFrameUs), i);
+    EXPECT_EQ(reader.counters.seeks, seeks + 10);
+    EXPECT_EQ(reader.nv12Cache.size(), 11);
+}
+
+TEST_F(ClipReaderVideo, SmallBackwardStepStaysInPlaceAndTakesNextDecodedFrame)
+{
+    ASSERT_EQ(nv12At(50 * kFrameUs), 50);
+    const int seeks = reader.counters.seeks;
+    // The RGBA cache is empty, so this goes to the decoder, which stands just past frame 50.
+    EXPECT_EQ(patternIndex(reader.decodeVideo(50 * kFrameUs - kFrameUs / 4, 0, 0)), 51);
+    EXPECT_EQ(reader.counters.seeks, seeks);
+}
+
+TEST_F(ClipReaderVideo, OutputSizeInEighthsWithoutUpscaling)
+{
+    Nv12Frame small = reader.decodeVideoNv12(5 * kFrameUs, 50, 1000);
+    EXPECT_EQ(small.width, 60); // 160 * 3/8
+    EXPECT_EQ(small.height, 36);
+    EXPECT_EQ(patternIndex(small), 5);
+    EXPECT_EQ(small.data.size(), 60 * 54);
+
+    QImage big = reader.decodeVideo(6 * kFrameUs, 4000, 4000);
+    EXPECT_EQ(big.size(), QSize(kPatternWidth, kPatternHeight));
+    EXPECT_EQ(big.format(), QImage::Format_RGBA8888);
+    // The size change emptied both caches.
+    EXPECT_EQ(reader.nv12Cache.size(), 0);
+    EXPECT_EQ(reader.rgbaCache.size(), 1);
+}
+
+TEST_F(ClipReaderVideo, CachesKeepTheirCapacity)
+{
+    for (int i = 0; i < 24; ++i)
+        ASSERT_EQ(nv12At(i * kFrameUs), i);
+    for (int i = 0; i < 24; ++i)
+        ASSERT_EQ(patternIndex(reader.decodeVideo(i * kFrameUs, 0, 0)), i);
+    EXPECT_EQ(reader.rgbaCache.size(), RgbaFrameCache::kCapacity);
+    ASSERT_EQ(reader.nv12Cache.size(), 16);
+    // Played frames go oldest first, so the newest sixteen remain.
+    EXPECT_EQ(reader.nv12Cache.entries().back().timeUs, 8 * kFrameUs);
+    EXPECT_EQ(reader.nv12Cache.entries().front().timeUs, 23 * kFrameUs);
+}
+
+TEST_F(ClipReaderVideo, PrefetchFillsReadAheadThenStops)
+{
+    ASSERT_EQ(nv12At(10 * kFrameUs), 10);
+    const TimeUs readAhead = 10 * kFrameUs;
+    int steps = 0;
+    while (reader.prefetchNextVideoNv12(0, 0, readAhead) && steps < 100)
+        ++steps;
+    EXPECT_EQ(reader.playheadAnchorUs, 10 * kFrameUs); // prefetch never moves the anchor
+    const int decoded = reader.counters.framesDecoded;
+    for (int i = 11; i < 20; ++i)
+        EXPECT_TRUE(reader.nv12Cache.contains(i * kFrameUs, reader.toleranceUs())) << i;
+    // The read-ahead is full: another prefetch decodes nothing.
+    EXPECT_FALSE(reader.prefetchNextVideoNv12(0, 0, readAhead));
+    EXPECT_EQ(reader.counters.framesDecoded, decoded);
+    EXPECT_EQ(nv12At(15 * kFrameUs), 15);
+    EXPECT_EQ(reader.counters.framesDecoded, decoded);
+}
+
+TEST_F(ClipReaderVideo, SeekPastEndGivesLastFrame)
+{
+    EXPECT_EQ(nv12At(60'000'000), 199);
+    EXPECT_FALSE(reader.decoderPositioned);
+    EXPECT_EQ(nv12At(100 * kFrameUs), 100);
+}
+
+TEST(ClipReaderStreams, VariableRateUsesRealFrameTimes)
+{
+    ClipReader reader;
+    ASSERT_TRUE(reader.open(variableRateVideo()));
+    // Frames 25.. lie at 1.0 s + 0.1 s steps.
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(1'240'000, 0, 0)), 27);
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(1'260'000, 0, 0)), 28);
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(1'250'000, 0, 0)), 27);
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(400'000, 0, 0)), 10);
+}
+
+TEST(ClipReaderStreams, UnknownFrameRateUsesTwentyMsAndNeverPrefetches)
+{
+    ClipReader reader;
+    ASSERT_TRUE(reader.open(noFrameRateVideo()));
+    EXPECT_EQ(reader.frameDurationUs, 0);
+    ASSERT_TRUE(reader.decodeVideoNv12(0, 0, 0).isValid());
+    const int decoded = reader.counters.framesDecoded;
+    EXPECT_TRUE(reader.decodeVideoNv12(19'000, 0, 0).isValid());
+    EXPECT_EQ(reader.counters.framesDecoded, decoded);
+    EXPECT_FALSE(reader.prefetchNextVideoNv12(0, 0, 1'000'000));
+    EXPECT_EQ(reader.counters.framesDecoded, decoded);
+    EXPECT_EQ(reader.nv12Cache.size(), 1);
+}
+
+TEST(ClipReaderStreams, Nv12SourceIsCopiedPlaneByPlane)
+{
+    ClipReader reader;
+    ASSERT_TRUE(reader.open(rawNv12Video()));
+    const Nv12Frame frame = reader.decodeVideoNv12(7 * kFrameUs, 0, 0);
+    ASSERT_TRUE(frame.isValid());
+    EXPECT_EQ(patternIndex(frame), 7);
+    EXPECT_EQ(frame.data.size(), kPatternWidth * kPatternHeight * 3 / 2);
+    // The scaler is never made for a source that is already NV12 of the right size.
+    EXPECT_EQ(reader.swsNv12, nullptr);
+    const QByteArray chroma = frame.data.mid(kPatternWidth * kPatternHeight);
+    EXPECT_EQ(chroma.count(char(128)), chroma.size());
+}
+
+TEST(ClipReaderStreams, OddSizesRoundDownToEvenForNv12Only)
+{
+    ClipReader reader;
+    ASSERT_TRUE(reader.open(oddSizeVideo()));
+    const Nv12Frame frame = reader.decodeVideoNv12(0, 0, 0);
+    EXPECT_TRUE(frame.isValid());
+    EXPECT_EQ(frame.width, 160);
+    EXPECT_EQ(frame.height, 96);
+    EXPECT_EQ(reader.decodeVideo(0, 0, 0).size(), QSize(161, 97));
+}
+
+TEST(ClipReaderStreams, MissingFileOrMissingStreamGivesNothing)
+{
+    ClipReader missing;
+    EXPECT_FALSE(missing.open(missingFile()));
+    EXPECT_FALSE(missing.isOpen());
+    float buffer[64] = {};
+    EXPECT_FALSE(missing.decodeVideoNv12(0, 0, 0).isValid());
+    EXPECT_TRUE(missing.decodeVideo(0, 0, 0).isNull());
+    EXPECT_EQ(missing.decodeAudio(0, 32, 48000, buffer), 0);
+    EXPECT_FALSE(missing.open(QString()));
+
+    ClipReader audioOnly;
+    ASSERT_TRUE(audioOnly.open(rampAudio()));
+    EXPECT_LT(audioOnly.videoStream, 0);
+    EXPECT_FALSE(audioOnly.decodeVideoNv12(0, 0, 0).isValid());
+    EXPECT_EQ(audioOnly.decodeAudio(0, 32, 48000, nullptr), 0);
+    EXPECT_EQ(audioOnly.decodeAudio(0, 0, 48000, buffer), 0);
+}
+
+TEST(ClipReaderHardware, NoVaapiSkipsTheHardwareSearch)
+{
+    ScopedEnv noVaapi("ORVEL_NO_VAAPI", true);
+    ScopedEnv force("ORVEL_FORCE_VAAPI", true);
+    ClipReader reader;
+    ASSERT_TRUE(reader.open(patternVideo()));
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(0, 0, 0)), 0);
+    EXPECT_TRUE(reader.hwDisabled);
+    EXPECT_FALSE(reader.hwActive);
+    EXPECT_EQ(reader.counters.hwConfigLookups, 0);
+}
+
+TEST(ClipReaderHardware, LightStreamStaysInSoftware)
+{
+    ScopedEnv noVaapi("ORVEL_NO_VAAPI", false);
+    ScopedEnv force("ORVEL_FORCE_VAAPI", false);
+    ClipReader reader;
+    ASSERT_TRUE(reader.open(patternVideo()));
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(0, 0, 0)), 0);
+    EXPECT_TRUE(reader.hwDisabled);
+    EXPECT_EQ(reader.counters.hwConfigLookups, 0);
+}
+
+TEST(ClipReaderHardware, FailingDeviceFallsBackToSoftwareOnce)
+{
+    ScopedEnv noVaapi("ORVEL_NO_VAAPI", false);
+    ScopedEnv force("ORVEL_FORCE_VAAPI", true);
+    ClipReader reader;
+    reader.hwDeviceName = QStringLiteral("/nonexistent/renderD999");
+    ASSERT_TRUE(reader.open(patternVideo()));
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(3 * kFrameUs, 0, 0)), 3);
+    EXPECT_EQ(reader.counters.hwConfigLookups, 1);
+    EXPECT_EQ(reader.counters.hwDeviceAttempts, 1);
+    EXPECT_EQ(reader.counters.softwareOpens, 1);
+    EXPECT_FALSE(reader.hwActive);
+    EXPECT_TRUE(reader.hwDisabled);
+    // The latch holds: later requests never look at the device again.
+    EXPECT_EQ(patternIndex(reader.decodeVideoNv12(90 * kFrameUs, 0, 0)), 90);
+    EXPECT_EQ(reader.counters.hwDeviceAttempts, 1);
+
+    // A decoder that fails mid-stream is dropped, software takes over and the request is made again.
+    reader.simulateHardwareFailure = true;
+    EXPECT_EQ(patternIndex(reader.decodeVideo(4 * kFrameUs, 0, 0)), 4);
+    EXPECT_TRUE(reader.hwDisabled);
+    EXPECT_EQ(reader.counters.softwareOpens, 2);
+    EXPECT_EQ(reader.counters.hwConfigLookups, 1);
+    EXPECT_EQ(reader.nv12Cache.size(), 0);
+
+    // Closing forgets the latch: a reopened file may try the device again.
+    reader.close();
+    EXPECT_FALSE(reader.hwDisabled);
+}
+
+class ClipReaderAudio : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(reader.open(rampAudio())); }
+
+    // The ramp's sample value at a buffer position, as seconds of source time.
+    static double secondsOf(const std::vector<float> &buffer, int frame)
+    {
+        return buffer[size_t(frame) * 2] * 10.0;
+    }
+
+    int read(TimeUs startUs, int frames, int rate = 48000)
+    {
+        buffer.assign(size_t(frames) * 2, -1.0f);
+        return reader.decodeAudio(startUs, frames, rate, buffer.data());
+    }
+
+    ClipReader reader;
+    std::vector<float> buffer;
+};
+
+TEST_F(ClipReaderAudio, ContinuesWithinWindowAndDropsToExactSampleAfterJump)
+{
+    ASSERT_EQ(read(0, 4800), 4800);
+    EXPECT_NEAR(secondsOf(buffer, 0), 0.0, 1e-6);
+    EXPECT_EQ(buffer[1], buffer[0]); // stereo stays stereo
+    EXPECT_NEAR(secondsOf(buffer, 4799), 4799 / 48000.0, 1e-5);
+    EXPECT_EQ(reader.counters.audioSeeks, 1);
+
+    // 1 s past the last read: the samples that follow the last read, not those at the new time.
+    ASSERT_EQ(read(1'100'000, 4800), 4800);
+    EXPECT_NEAR(secondsOf(buffer, 0), 0.1, 1e-5);
+    EXPECT_EQ(reader.counters.audioSeeks, 1);
+    EXPECT_EQ(reader.audioNextUs, 200'000);
+
+    // 3 s ahead seeks and starts at the exact sample.
+    ASSERT_EQ(read(3'200'000 + 125, 480), 480);
+    EXPECT_EQ(reader.counters.audioSeeks, 2);
+    EXPECT_NEAR(secondsOf(buffer, 0), 3.200125, 1.5 / 48000.0);
+    EXPECT_NEAR(secondsOf(buffer, 479), 3.200125 + 479 / 48000.0, 1.5 / 48000.0);
+}
+
+TEST_F(ClipReaderAudio, BackwardBeyondFiftyMsOrRateChangeSeeks)
+{
+    ASSERT_EQ(read(1'000'000, 4800), 4800);
+    ASSERT_EQ(read(1'100'000 - 50'000, 480), 480); // within the window: continues
+    EXPECT_NEAR(secondsOf(buffer, 0), 1.1, 1e-5);
+    EXPECT_EQ(reader.counters.audioSeeks, 1);
+    ASSERT_EQ(read(1'110'000 - 50'001, 480), 480);
+    EXPECT_EQ(reader.counters.audioSeeks, 2);
+    EXPECT_NEAR(secondsOf(buffer, 0), 1.059999, 1.5 / 48000.0);
+
+    ASSERT_EQ(read(2'000'000, 4410, 44100), 4410);
+    EXPECT_EQ(reader.counters.audioSeeks, 3);
+    EXPECT_NEAR(secondsOf(buffer, 2000), 2.0 + 2000 / 44100.0, 1e-3);
+}
+
+TEST_F(ClipReaderAudio, EndOfStreamReturnsWhatIsLeft)
+{
+    EXPECT_EQ(read(5'900'000, 9600), 4800);
+    EXPECT_EQ(read(5'999'000, 480), 0);
+}
