@@ -1,6 +1,8 @@
 #include "core/AppController.h"
 
+#include "core/AppPaths.h"
 #include "media/AssetLibrary.h"
+#include "media/StillFrames.h"
 
 #include <QSettings>
 #include <QUrl>
@@ -18,8 +20,11 @@ AppController::AppController(AssetLibrary *assetLibrary, QObject *parent)
     : QObject(parent), m_assetLibrary(assetLibrary)
 {
     m_project.author = QSettings().value(kAuthorNameKey).toString();
-    if (m_assetLibrary)
-        m_assetLibrary->setProject(&m_project);
+    showProjectInAssetLibrary();
+    // Freeze frames come from the file's own decoder; tests replace the source with a fake.
+    m_stillFrameSource = [](const QString &videoPath, orvel::TimeUs sourceUs) {
+        return orvel::writeStillFrame(videoPath, sourceUs, orvel::stillFramesDirectory());
+    };
     connectSignals();
     m_undoStack.setUndoLimit(50);
     readSettings();
@@ -33,6 +38,9 @@ AppController::~AppController()
     // prune is already gone.
     disconnect(&m_undoStack, nullptr, this, nullptr);
     m_autosaveTimer.stop();
+    // The asset library outlives the controller; it must not keep a pointer to our project.
+    if (m_assetLibrary)
+        m_assetLibrary->setProject(nullptr);
 }
 
 void AppController::connectSignals()
@@ -42,6 +50,11 @@ void AppController::connectSignals()
     connect(this, &AppController::tracksChanged, this, &AppController::selectedClipDataChanged);
     connect(this, &AppController::tracksChanged, this, &AppController::editCapabilitiesChanged);
     if (m_assetLibrary) {
+        // Imports change the asset table outside the undo history; remember what the list shows.
+        connect(m_assetLibrary, &QAbstractItemModel::rowsInserted, this, &AppController::rememberAssetsShown);
+        connect(m_assetLibrary, &QAbstractItemModel::rowsRemoved, this, &AppController::rememberAssetsShown);
+        connect(m_assetLibrary, &QAbstractItemModel::dataChanged, this, &AppController::rememberAssetsShown);
+        connect(m_assetLibrary, &QAbstractItemModel::layoutChanged, this, &AppController::rememberAssetsShown);
         connect(m_assetLibrary, &QAbstractItemModel::modelReset, this,
                 &AppController::editCapabilitiesChanged);
         connect(m_assetLibrary, &AssetLibrary::countChanged, this, &AppController::editCapabilitiesChanged);
@@ -168,4 +181,27 @@ void AppController::redo()
 {
     if (m_undoStack.canRedo())
         m_undoStack.redo();
+}
+
+void AppController::showProjectInAssetLibrary()
+{
+    if (!m_assetLibrary)
+        return;
+    m_assetLibrary->setProject(&m_project);
+    rememberAssetsShown();
+}
+
+void AppController::rememberAssetsShown()
+{
+    m_assetOrderShown = m_project.assetOrder;
+    m_assetsShown = m_project.assets;
+}
+
+void AppController::syncAssetLibraryWithProject()
+{
+    // Undo and redo swap in a whole snapshot; the asset list only needs a reset when that
+    // snapshot's asset table differs from the one the list last showed.
+    if (m_project.assets.isSharedWith(m_assetsShown) && m_project.assetOrder == m_assetOrderShown)
+        return;
+    showProjectInAssetLibrary();
 }

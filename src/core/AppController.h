@@ -263,6 +263,9 @@ private:
     void startAutosave();
     void writeAutosaveIfDirty();
     void checkForRecovery();
+    void showProjectInAssetLibrary();
+    void rememberAssetsShown();
+    void syncAssetLibraryWithProject();
 
     // Edits (AppControllerEdits.cpp)
     struct ClipboardEntry
@@ -341,6 +344,9 @@ private:
     bool m_dragActive = false;
     orvel::Project m_dragBase;
     StillFrameSource m_stillFrameSource;
+    // The asset table the asset list was last reset to, to notice when undo replaces it.
+    QList<QString> m_assetOrderShown;
+    QHash<QString, orvel::Asset> m_assetsShown;
     std::function<QString(const QString &)> m_stickerPathResolver;
     QString m_emojiPackDirectory;
     std::function<double(int)> m_shapeAspectResolver;

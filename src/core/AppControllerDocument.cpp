@@ -54,8 +54,7 @@ bool AppController::loadProjectJson(const QByteArray &utf8)
         return false;
     }
     m_project = std::move(loaded);
-    if (m_assetLibrary)
-        m_assetLibrary->setProject(&m_project);
+    showProjectInAssetLibrary();
 
     const orvel::TimeUs durationUs = orvel::projectDurationUs(m_project);
     const QJsonValue playheadUs = root.value(QLatin1String("playheadUs"));

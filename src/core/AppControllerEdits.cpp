@@ -57,6 +57,7 @@ void AppController::refreshAfterEdit(const QString &message)
 
 void AppController::afterUndoIndexChanged()
 {
+    syncAssetLibraryWithProject();
     emit undoStackChanged();
     pruneSelection();
     setDirty(true);

@@ -15,4 +15,9 @@ QString autosaveFilePath()
     return QDir(appDataDirectory()).filePath(QStringLiteral("recovery/autosave.json"));
 }
 
+QString stillFramesDirectory()
+{
+    return QDir(appDataDirectory()).filePath(QStringLiteral("stills"));
+}
+
 } // namespace orvel
