@@ -1,5 +1,6 @@
-// Entry point of bench_media: the library's jobs report back through queued calls, so the
-// benchmarks need an application object and its event loop.
+// Shared entry point of the benchmark programs that need no display: a QCoreApplication exists
+// for the whole run, since library jobs report back through queued calls and Qt classes expect
+// an application object.
 #include <QCoreApplication>
 
 #include <benchmark/benchmark.h>
