@@ -251,6 +251,9 @@ TEST(Merge, ForwardAndReversedRules)
     Clip other = b;
     other.assetId = QStringLiteral("other");
     EXPECT_FALSE(clipsMergeable(a, other));
+    Clip oldFile = b;
+    oldFile.speed = 0.0; // an old file's non-positive speed plays at 1
+    EXPECT_TRUE(clipsMergeable(a, oldFile));
     Clip curved = b;
     curved.speedCurve = normaliseSpeedCurve({SpeedCurvePoint{0.0, 1.0}, SpeedCurvePoint{1.0, 1.0}});
     EXPECT_FALSE(clipsMergeable(a, curved));

@@ -310,7 +310,7 @@ bool clipsMergeable(const Clip &a, const Clip &b)
 {
     if (a.type != b.type || a.assetId.isEmpty() || a.assetId != b.assetId || a.path != b.path)
         return false;
-    if (a.reverse != b.reverse || !qFuzzyCompare(a.speed, b.speed))
+    if (a.reverse != b.reverse || !qFuzzyCompare(effectiveSpeed(a.speed), effectiveSpeed(b.speed)))
         return false;
     if (a.speedCurve.isActive() || b.speedCurve.isActive())
         return false;
