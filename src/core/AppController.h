@@ -1,14 +1,18 @@
 #pragma once
 
 #include "core/Recovery.h"
+#include "core/SpeedCurveSession.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/Project.h"
 
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QRectF>
+#include <QSize>
 #include <QString>
+#include <QStringList>
 #include <QTimer>
 #include <QUndoStack>
 #include <QVariantList>
@@ -228,6 +232,84 @@ public slots:
     void previewSetKeyframeTangents(int trackIndex, int clipIndex, const QString &prop, double atSeconds,
                                     double inDx, double inDy, double outDx, double outDy, bool corner);
 
+    // Keyframes and speed (AppControllerKeyframes.cpp, AppControllerSpeed.cpp)
+public:
+    Q_PROPERTY(QStringList keyframeGraphHiddenProperties READ keyframeGraphHiddenProperties NOTIFY
+                   keyframeGraphVisibilityChanged)
+    Q_PROPERTY(bool speedCurveSessionActive READ speedCurveSessionActive NOTIFY speedCurveSessionChanged)
+    Q_PROPERTY(QVariantList speedCurvePoints READ speedCurvePoints NOTIFY speedCurveChanged)
+    Q_PROPERTY(int speedCurveRevision READ speedCurveRevision NOTIFY speedCurveFrameChanged)
+    Q_PROPERTY(QSize speedCurveFrameSize READ speedCurveFrameSize NOTIFY speedCurveFrameChanged)
+    Q_PROPERTY(double speedCurveSourceDuration READ speedCurveSourceDuration NOTIFY speedCurveSessionChanged)
+    Q_PROPERTY(double speedCurveRetimedDuration READ speedCurveRetimedDuration NOTIFY speedCurveChanged)
+    Q_PROPERTY(double speedCurvePosition READ speedCurvePosition NOTIFY speedCurvePositionChanged)
+    Q_PROPERTY(double speedCurveSourcePosition READ speedCurveSourcePosition NOTIFY speedCurvePositionChanged)
+    Q_PROPERTY(bool speedCurvePlaying READ speedCurvePlaying NOTIFY speedCurvePlayingChanged)
+    Q_PROPERTY(QString speedCurveClipName READ speedCurveClipName NOTIFY speedCurveSessionChanged)
+    Q_PROPERTY(QString speedCurveClipPath READ speedCurveClipPath NOTIFY speedCurveSessionChanged)
+    Q_PROPERTY(QString speedCurveFilmstripPath READ speedCurveFilmstripPath NOTIFY speedCurveSessionChanged)
+
+    QStringList keyframeGraphHiddenProperties() const { return m_keyframeGraphHiddenProperties; }
+    bool speedCurveSessionActive() const { return m_speedSession.active; }
+    QVariantList speedCurvePoints() const;
+    int speedCurveRevision() const { return int(m_speedSession.frameRevision); }
+    QSize speedCurveFrameSize() const;
+    double speedCurveSourceDuration() const;
+    double speedCurveRetimedDuration() const;
+    double speedCurvePosition() const { return orvel::usToSeconds(m_speedSession.positionUs); }
+    double speedCurveSourcePosition() const;
+    bool speedCurvePlaying() const;
+    QString speedCurveClipName() const { return m_speedSession.clip.name; }
+    QString speedCurveClipPath() const { return m_speedSession.clip.path; }
+    QString speedCurveFilmstripPath() const { return m_speedSession.clip.filmstripPath; }
+    // The player the custom speed window auditions with. Not owned; it may be replaced or go
+    // away (it is then simply not driven).
+    void setClipPreviewPlayer(orvel::AbstractClipPreviewPlayer *player);
+
+public slots:
+    void setClipKeyframe(int trackIndex, int clipIndex, const QString &prop, double atSeconds, double value);
+    void removeClipKeyframe(int trackIndex, int clipIndex, const QString &prop, double atSeconds);
+    void setKeyframeTangents(int trackIndex, int clipIndex, const QString &prop, double atSeconds,
+                             double inDx, double inDy, double outDx, double outDy, bool corner);
+    void setKeyframeHold(int trackIndex, int clipIndex, const QString &prop, double atSeconds, bool hold);
+    void setKeyframeInterpolation(int trackIndex, int clipIndex, const QString &prop, const QString &mode);
+    void setClipPropertyKeyframesEnabled(int trackIndex, int clipIndex, const QString &prop, bool enabled);
+    void toggleClipPropertyKeyframesEnabled(int trackIndex, int clipIndex, const QString &prop);
+    bool clipPropertyKeyframesEnabled(int trackIndex, int clipIndex, const QString &prop) const;
+    QStringList clipAnimatedProperties(int trackIndex, int clipIndex) const;
+    QVariantList clipKeyframes(int trackIndex, int clipIndex, const QString &prop) const;
+    double propertyBaseValue(int trackIndex, int clipIndex, const QString &prop, double fallback) const;
+    double propertyValueAt(int trackIndex, int clipIndex, const QString &prop, double atSeconds,
+                           double fallback) const;
+    void toggleKeyframeGraphPropertyVisible(const QString &prop);
+    void showKeyframeGraphProperty(const QString &prop);
+
+    void setClipSpeed(int trackIndex, int clipIndex, double speed);
+    void setClipReverse(int trackIndex, int clipIndex, bool reverse);
+    void clearClipSpeedCurve(int trackIndex, int clipIndex);
+    double sourceTimeAtPlayhead() const;
+    double sourceTimeForClip(const QVariantMap &clip) const;
+
+    void beginSpeedCurveSession(int trackIndex, int clipIndex);
+    void endSpeedCurveSession();
+    void setSpeedCurvePoints(const QVariantList &points);
+    void playSpeedCurvePreview();
+    void pauseSpeedCurvePreview();
+    void seekSpeedCurvePreview(double seconds);
+    void seekSpeedCurvePreviewAtSource(double position);
+    void applySpeedCurve();
+
+signals:
+    void keyframeGraphVisibilityChanged();
+    void speedCurveSessionChanged();
+    void speedCurveChanged();
+    void speedCurvePositionChanged();
+    void speedCurvePlayingChanged();
+    void speedCurveFrameChanged();
+    void speedCurveApplied();
+
+public slots:
+
 signals:
     void tracksChanged();
     void playheadSecondsChanged();
@@ -350,6 +432,21 @@ private:
     std::function<QString(const QString &)> m_stickerPathResolver;
     QString m_emojiPackDirectory;
     std::function<double(int)> m_shapeAspectResolver;
+
+    // Keyframes and speed (AppControllerKeyframes.cpp, AppControllerSpeed.cpp)
+    static bool isClipPropertyName(const orvel::Clip &clip, const QString &name);
+    void commitClipEdit(int trackIndex, int clipIndex, const QString &undoText, const QString &message,
+                        const std::function<bool(orvel::Clip &)> &mutate);
+    void applyKeyframeTangents(orvel::Clip &clip, const QString &prop, double atSeconds, double inDx,
+                               double inDy, double outDx, double outDy, bool corner, bool *found) const;
+    orvel::TimeUs speedSessionSpanUs() const;
+    void seekSpeedSessionTo(orvel::TimeUs retimedUs);
+    void followPreviewPlayerPosition();
+    void countPreviewPlayerFrame();
+
+    QStringList m_keyframeGraphHiddenProperties;
+    orvel::SpeedCurveSession m_speedSession;
+    QPointer<orvel::AbstractClipPreviewPlayer> m_clipPreviewPlayer;
 };
 
 // The QML singleton type: the same object as AppController under the name QML code uses.

@@ -4,6 +4,8 @@
 #include "core/AppController.h"
 
 #include "core/EditValues.h"
+#include "core/document/ClipProperties.h"
+#include "core/document/ClipTiming.h"
 #include "core/document/ProjectJson.h"
 
 #include <QJsonArray>
@@ -13,44 +15,6 @@
 #include <utility>
 
 namespace {
-
-// A clip's animated property by its QML name: one of the seven transform and mix properties, or
-// "fx.<effect index>.<parameter id>". Null for anything else or an effect index past the list.
-orvel::AnimatedProperty *dragPropertyByName(orvel::Clip &clip, const QString &name, bool create)
-{
-    if (name == QLatin1String("x"))
-        return &clip.x;
-    if (name == QLatin1String("y"))
-        return &clip.y;
-    if (name == QLatin1String("width"))
-        return &clip.width;
-    if (name == QLatin1String("height"))
-        return &clip.height;
-    if (name == QLatin1String("rotation"))
-        return &clip.rotation;
-    if (name == QLatin1String("opacity"))
-        return &clip.opacity;
-    if (name == QLatin1String("volume"))
-        return &clip.volume;
-    if (!name.startsWith(QLatin1String("fx.")))
-        return nullptr;
-    const qsizetype secondDot = name.indexOf(QLatin1Char('.'), 3);
-    if (secondDot <= 3 || secondDot + 1 >= name.size())
-        return nullptr;
-    const QStringView digits = QStringView(name).mid(3, secondDot - 3);
-    if (!std::all_of(digits.begin(), digits.end(),
-                     [](QChar ch) { return ch.isDigit() && ch.unicode() < 128; }))
-        return nullptr;
-    bool ok = false;
-    const int effectIndex = digits.toInt(&ok, 10);
-    if (!ok || effectIndex < 0 || effectIndex >= clip.effects.size())
-        return nullptr;
-    const QString paramId = name.mid(secondDot + 1);
-    orvel::EffectInstance &effect = clip.effects[effectIndex];
-    if (!create && !effect.paramKeyframes.contains(paramId))
-        return nullptr;
-    return &effect.paramKeyframes[paramId];
-}
 
 bool isNumber(const QVariant &value)
 {
@@ -67,37 +31,15 @@ bool isNumber(const QVariant &value)
     }
 }
 
-// An effect parameter keeps a static value in `parameters`; once animated (or with auto-key
-// on) the keyed write decides, and a successful write also updates the static value.
-bool writeEffectParameter(orvel::EffectInstance &effect, const QString &key, const QVariant &value,
-                          orvel::TimeUs localUs, bool autoKey)
+// Only numbers can be keyed; anything else an effect takes (a colour, a choice) is stored as is.
+bool writeEffectValue(orvel::EffectInstance &effect, const QString &key, const QVariant &value,
+                      orvel::TimeUs localUs, bool autoKey)
 {
-    const auto existing = effect.paramKeyframes.constFind(key);
-    const bool animated = existing != effect.paramKeyframes.cend() && !existing->isEmpty();
-    if (!isNumber(value) || (!animated && !autoKey)) {
+    if (!isNumber(value)) {
         effect.parameters.insert(key, value);
         return true;
     }
-    if (!orvel::keyedWrite(effect.paramKeyframes[key], localUs, value.toDouble(), autoKey, false))
-        return false;
-    effect.parameters.insert(key, value);
-    return true;
-}
-
-// The key nearest t within the keyframe tolerance, or end() when there is none.
-QMap<orvel::TimeUs, orvel::Keyframe>::iterator nearestKeyInTolerance(orvel::AnimatedProperty &property,
-                                                                     orvel::TimeUs t)
-{
-    auto nearest = property.keyframes.end();
-    orvel::TimeUs bestUs = orvel::kKeyframeSnapToleranceUs + 1;
-    for (auto it = property.keyframes.begin(); it != property.keyframes.end(); ++it) {
-        const orvel::TimeUs distance = std::llabs(it.key() - t);
-        if (distance < bestUs) {
-            bestUs = distance;
-            nearest = it;
-        }
-    }
-    return nearest;
+    return orvel::writeEffectParameter(effect, key, localUs, value.toDouble(), autoKey, false);
 }
 
 orvel::TimeUs localTimeFloored(const orvel::Clip &clip, double atSeconds)
@@ -169,8 +111,7 @@ bool AppController::previewKeyedWrite(int trackIndex, int clipIndex, const QStri
     previewEditClip(trackIndex, clipIndex, undoText, [&](orvel::Clip &clip) {
         const orvel::TimeUs localUs = orvel::clipLocalTimeUs(clip, m_playheadUs);
         for (const auto &[name, value] : values) {
-            orvel::AnimatedProperty *property = dragPropertyByName(clip, name, true);
-            if (!property || !orvel::keyedWrite(*property, localUs, value, m_autoKeyEnabled, false)) {
+            if (!orvel::writeClipProperty(clip, name, localUs, value, m_autoKeyEnabled, false)) {
                 emit transformBlocked(refusal);
                 return false;
             }
@@ -227,11 +168,11 @@ void AppController::previewSetClipKeyframe(int trackIndex, int clipIndex, const 
                                            double atSeconds, double value)
 {
     previewEditClip(trackIndex, clipIndex, tr("Edit keyframe"), [&](orvel::Clip &clip) {
-        orvel::AnimatedProperty *property = dragPropertyByName(clip, prop, true);
-        if (!property)
+        if (!isClipPropertyName(clip, prop))
             return false;
-        if (!orvel::keyedWrite(*property, localTimeFloored(clip, atSeconds), value, m_autoKeyEnabled,
-                               false)) {
+        // Effect parameters go through their own rule, which also keeps the static value.
+        if (!orvel::writeClipProperty(clip, prop, localTimeFloored(clip, atSeconds), value, m_autoKeyEnabled,
+                                      false)) {
             emit transformBlocked(tr("Turn on Auto keyframes to edit this"));
             return false;
         }
@@ -243,12 +184,11 @@ void AppController::previewMoveClipKeyframe(int trackIndex, int clipIndex, const
                                             double fromSeconds, double toSeconds, double value)
 {
     previewEditClip(trackIndex, clipIndex, tr("Move keyframe"), [&](orvel::Clip &clip) {
-        orvel::AnimatedProperty *property = dragPropertyByName(clip, prop, true);
+        orvel::AnimatedProperty *property = orvel::clipProperty(clip, prop, true);
         if (!property)
             return false;
-        const auto moving = nearestKeyInTolerance(*property, localTimeFloored(clip, fromSeconds));
-        if (moving != property->keyframes.end())
-            property->keyframes.erase(moving);
+        if (const auto moving = orvel::nearestKeyTime(*property, localTimeFloored(clip, fromSeconds)))
+            property->keyframes.remove(*moving);
         orvel::setAt(*property, localTimeFloored(clip, toSeconds), value);
         return true;
     });
@@ -260,8 +200,8 @@ void AppController::previewSetEffectParam(int trackIndex, int clipIndex, int eff
     previewEditClip(trackIndex, clipIndex, tr("Edit effect"), [&](orvel::Clip &clip) {
         if (effectIndex < 0 || effectIndex >= clip.effects.size())
             return false;
-        return writeEffectParameter(clip.effects[effectIndex], key, value,
-                                    orvel::clipLocalTimeUs(clip, m_playheadUs), m_autoKeyEnabled);
+        return writeEffectValue(clip.effects[effectIndex], key, value,
+                                orvel::clipLocalTimeUs(clip, m_playheadUs), m_autoKeyEnabled);
     });
 }
 
@@ -281,8 +221,8 @@ void AppController::previewSetClipSpeed(int trackIndex, int clipIndex, double sp
     previewEditClip(trackIndex, clipIndex, tr("Speed changed"), [&](orvel::Clip &clip) {
         if (clip.type != orvel::ClipType::video && clip.type != orvel::ClipType::audio)
             return false;
-        const double clamped = std::clamp(speed, orvel::kConstantSpeedMin, orvel::kConstantSpeedMax);
-        orvel::applyConstantSpeed(m_project, clip, clamped);
+        clip.speed = std::clamp(speed, orvel::kConstantSpeedMin, orvel::kConstantSpeedMax);
+        orvel::applySpeedDurationRule(m_project, clip);
         return true;
     });
 }
@@ -336,32 +276,4 @@ void AppController::previewSetTransitionParam(int trackIndex, const QString &tra
     ensureTransaction(tr("Edit transition"));
     m_project.tracks[trackIndex].transitions[index].parameters.insert(key, value);
     lightRefresh();
-}
-
-// Changes one key's handles in place. The caller owns the transaction (the graph editor opens
-// one per handle drag), so this neither opens nor pushes anything.
-void AppController::previewSetKeyframeTangents(int trackIndex, int clipIndex, const QString &prop,
-                                               double atSeconds, double inDx, double inDy, double outDx,
-                                               double outDy, bool corner)
-{
-    const orvel::Clip *current = clipAt(trackIndex, clipIndex);
-    if (!current)
-        return;
-    orvel::Clip edited = *current;
-    orvel::AnimatedProperty *property = dragPropertyByName(edited, prop, false);
-    if (!property)
-        return;
-    const auto nearest = nearestKeyInTolerance(*property, localTimeFloored(edited, atSeconds));
-    if (nearest == property->keyframes.end())
-        return;
-    nearest->inDx = std::min(double(orvel::secondsToUs(inDx)), 0.0);
-    nearest->inDy = inDy;
-    nearest->outDx = std::max(double(orvel::secondsToUs(outDx)), 0.0);
-    nearest->outDy = outDy;
-    nearest->corner = corner;
-    nearest->hold = false;
-    m_project.tracks[trackIndex].clips[clipIndex] = edited;
-    emit tracksChanged();
-    emit selectedClipDataChanged();
-    emit projectMutated();
 }

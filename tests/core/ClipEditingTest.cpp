@@ -1,6 +1,7 @@
 // The pure edit arithmetic: snapping, placement, the split core, trims at their limits, merge
 // rules and the timeline normalisation.
 #include "core/document/ClipEditing.h"
+#include "core/document/ClipTiming.h"
 #include "core/document/TimelineNormalise.h"
 
 #include <gtest/gtest.h>
@@ -218,10 +219,12 @@ TEST(SourceTrimFadeAndSpeed, ClampToTheSourceAndTheClip)
     EXPECT_EQ(clip.fadeOutUs, 3000000);
 
     Clip slow = mediaClip("s", 0, 10000000, 8000000); // source 8..18 s
-    applyConstantSpeed(project, slow, 0.5);
+    slow.speed = 0.5;
+    applySpeedDurationRule(project, slow);
     EXPECT_EQ(slow.srcOutUs, 13000000);
     EXPECT_EQ(slow.timelineDurationUs, 10000000);
-    applyConstantSpeed(project, slow, 4.0); // would need 40 s of source: the file's end cuts it
+    slow.speed = 4.0; // would need 40 s of source: the file's end cuts it
+    applySpeedDurationRule(project, slow);
     EXPECT_EQ(slow.srcOutUs, 20000000);
     EXPECT_EQ(slow.timelineDurationUs, 3000000);
 }
@@ -248,6 +251,9 @@ TEST(Merge, ForwardAndReversedRules)
     Clip other = b;
     other.assetId = QStringLiteral("other");
     EXPECT_FALSE(clipsMergeable(a, other));
+    Clip oldFile = b;
+    oldFile.speed = 0.0; // an old file's non-positive speed plays at 1
+    EXPECT_TRUE(clipsMergeable(a, oldFile));
     Clip curved = b;
     curved.speedCurve = normaliseSpeedCurve({SpeedCurvePoint{0.0, 1.0}, SpeedCurvePoint{1.0, 1.0}});
     EXPECT_FALSE(clipsMergeable(a, curved));

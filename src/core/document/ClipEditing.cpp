@@ -306,21 +306,11 @@ void applyFades(Clip &clip, TimeUs fadeInUs, TimeUs fadeOutUs)
     clip.fadeOutUs = std::clamp<TimeUs>(fadeOutUs, 0, durationUs - clip.fadeInUs);
 }
 
-void applyConstantSpeed(const Project &project, Clip &clip, double speed)
-{
-    clip.speed = speed;
-    const double effective = effectiveSpeed(speed);
-    const TimeUs spanUs = roundedUs(double(clip.timelineDurationUs) * effective);
-    clip.srcOutUs = std::min(clip.srcInUs + spanUs, clipSourceLengthUs(project, clip));
-    clip.timelineDurationUs =
-        std::max<TimeUs>(roundedUs(double(clip.srcOutUs - clip.srcInUs) / effective), 1);
-}
-
 bool clipsMergeable(const Clip &a, const Clip &b)
 {
     if (a.type != b.type || a.assetId.isEmpty() || a.assetId != b.assetId || a.path != b.path)
         return false;
-    if (a.reverse != b.reverse || !qFuzzyCompare(a.speed, b.speed))
+    if (a.reverse != b.reverse || !qFuzzyCompare(effectiveSpeed(a.speed), effectiveSpeed(b.speed)))
         return false;
     if (a.speedCurve.isActive() || b.speedCurve.isActive())
         return false;

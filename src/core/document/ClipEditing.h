@@ -62,9 +62,6 @@ void applyWantedDuration(const Project &project, Clip &clip, TimeUs wantedUs);
 void applySourceTrim(const Project &project, Clip &clip, TimeUs inUs, TimeUs outUs);
 // Fade in within 0..duration, fade out within what is left.
 void applyFades(Clip &clip, TimeUs fadeInUs, TimeUs fadeOutUs);
-// A new constant speed (already clamped): keeps the timeline length and moves the source out
-// point, until the file's end cuts it.
-void applyConstantSpeed(const Project &project, Clip &clip, double speed);
 
 // Whether b continues a seamlessly on the timeline and in the source, so the two read as one.
 bool clipsMergeable(const Clip &a, const Clip &b);
