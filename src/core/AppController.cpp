@@ -26,6 +26,7 @@ AppController::AppController(AssetLibrary *assetLibrary, QObject *parent)
         return orvel::writeStillFrame(videoPath, sourceUs, orvel::stillFramesDirectory());
     };
     connectSignals();
+    setUpBridge();
     m_undoStack.setUndoLimit(50);
     readSettings();
     startAutosave();
@@ -54,7 +55,8 @@ void AppController::connectSignals()
         connect(m_assetLibrary, &QAbstractItemModel::rowsInserted, this, &AppController::rememberAssetsShown);
         connect(m_assetLibrary, &QAbstractItemModel::rowsRemoved, this, &AppController::rememberAssetsShown);
         connect(m_assetLibrary, &QAbstractItemModel::dataChanged, this, &AppController::rememberAssetsShown);
-        connect(m_assetLibrary, &QAbstractItemModel::layoutChanged, this, &AppController::rememberAssetsShown);
+        connect(m_assetLibrary, &QAbstractItemModel::layoutChanged, this,
+                &AppController::rememberAssetsShown);
         connect(m_assetLibrary, &QAbstractItemModel::modelReset, this,
                 &AppController::editCapabilitiesChanged);
         connect(m_assetLibrary, &AssetLibrary::countChanged, this, &AppController::editCapabilitiesChanged);
