@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/BridgeMaps.h"
 #include "core/ClipListModel.h"
 #include "core/Recovery.h"
 #include "core/TimelineModel.h"
@@ -460,6 +461,7 @@ private:
     TimelineModel m_timelineModel{this};
     ClipListModel m_clipListModel{this};
     QHash<QString, QString> m_shortcuts; // action id to keys
+    mutable orvel::TrackMapsCache m_trackMaps;
     std::function<bool(const QString &)> m_audioEffectKnown;
     int m_draggingAssetIndex = -1;
     bool m_projectLayoutChosen = false;

@@ -42,9 +42,11 @@ QVariantMap AppController::clipAt(double trackIndex, double clipIndex) const
     return clipMapAt(int(trackIndex), int(clipIndex));
 }
 
+// Rebuilt on every read; only the clip maps of tracks whose clips are untouched since the last
+// read are carried over.
 QVariantList AppController::tracks() const
 {
-    return orvel::tracksToList(m_project);
+    return m_trackMaps.tracks(m_project);
 }
 
 QVariantMap AppController::selectedClipData() const

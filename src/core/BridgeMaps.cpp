@@ -7,6 +7,9 @@
 
 #include <QStringList>
 
+#include <algorithm>
+#include <map>
+
 namespace orvel {
 
 namespace {
@@ -70,37 +73,36 @@ bool usesTextStyle(ClipType type)
     return type == ClipType::text || type == ClipType::subtitle;
 }
 
-void insertTiming(const Project &project, const Clip &clip, QVariantMap &map)
+bool isDefaultMask(const ClipMask &mask)
 {
-    map.insert(QStringLiteral("start"), mapSeconds(clip.timelineStartUs));
-    map.insert(QStringLiteral("duration"), mapSeconds(clip.timelineDurationUs));
-    map.insert(QStringLiteral("inPoint"), mapSeconds(clip.srcInUs));
-    map.insert(QStringLiteral("outPoint"), mapSeconds(clip.srcOutUs));
-    map.insert(QStringLiteral("sourceDuration"), mapSeconds(clipSourceLengthUs(project, clip)));
-    map.insert(QStringLiteral("speed"), clip.speed);
-    map.insert(QStringLiteral("hasSpeedCurve"), clip.speedCurve.isActive());
-    map.insert(QStringLiteral("reverse"), clip.reverse);
-    map.insert(QStringLiteral("fadeIn"), mapSeconds(clip.fadeInUs));
-    map.insert(QStringLiteral("fadeOut"), mapSeconds(clip.fadeOutUs));
-    map.insert(QStringLiteral("fadeCurve"), fadeCurveName(clip.fadeCurve));
+    static const ClipMask kDefault;
+    return mask.shape == kDefault.shape && mask.x == kDefault.x && mask.y == kDefault.y &&
+           mask.w == kDefault.w && mask.h == kDefault.h && mask.rotation == kDefault.rotation &&
+           mask.feather == kDefault.feather && mask.invert == kDefault.invert && mask.points.isEmpty() &&
+           mask.mattePath.isEmpty() && mask.matteSrcOffsetUs == kDefault.matteSrcOffsetUs;
 }
 
-// Styles only matter to the clips that draw them; other clips get empty maps, which keeps a
-// whole-timeline read cheap.
-void insertLook(const Clip &clip, QVariantMap &map)
+// Most clips carry the untouched mask; they all share one map instead of building their own.
+QVariantMap maskToMap(const ClipMask &mask)
 {
-    map.insert(QStringLiteral("textStyle"),
-               usesTextStyle(clip.type) ? textStyleToJson(clip.textStyle).toVariantMap() : QVariantMap());
-    map.insert(QStringLiteral("subtitleCues"), subtitleCuesToList(clip.subtitleCues));
-    map.insert(QStringLiteral("shapeStyle"), clip.type == ClipType::shape
-                                                 ? shapeStyleToJson(clip.shapeStyle).toVariantMap()
-                                                 : QVariantMap());
-    map.insert(QStringLiteral("mask"), clipMaskToJson(clip.mask).toVariantMap());
-    map.insert(QStringLiteral("blendMode"), blendModeName(clip.blendMode));
-    map.insert(QStringLiteral("flipH"), clip.flipH);
-    map.insert(QStringLiteral("flipV"), clip.flipV);
-    map.insert(QStringLiteral("hasFaceTrack"), !clip.faceTrackPath.isEmpty());
+    static const QVariantMap kDefaultMap = clipMaskToJson(ClipMask()).toVariantMap();
+    return isDefaultMask(mask) ? kDefaultMap : clipMaskToJson(mask).toVariantMap();
 }
+
+// A map filled in key order: each entry goes straight to the end of the tree instead of being
+// searched for, which is most of the cost of building thousands of clip maps.
+class SortedMapBuilder
+{
+public:
+    void add(const QString &key, QVariant value)
+    {
+        m_entries.emplace_hint(m_entries.end(), key, std::move(value));
+    }
+    QVariantMap take() { return QVariantMap(std::move(m_entries)); }
+
+private:
+    std::map<QString, QVariant> m_entries;
+};
 
 } // namespace
 
@@ -115,24 +117,45 @@ QHash<QString, int> assetRowsById(const Project &project)
 
 QVariantMap clipToMap(const Project &project, const Clip &clip, int assetIndex)
 {
-    QVariantMap map;
-    map.insert(QStringLiteral("id"), clip.id);
-    map.insert(QStringLiteral("name"), clip.name);
-    map.insert(QStringLiteral("path"), clip.path);
-    map.insert(QStringLiteral("kind"), clipTypeName(clip.type));
-    map.insert(QStringLiteral("thumbnailPath"), clip.thumbnailPath);
-    map.insert(QStringLiteral("filmstripPath"), clip.filmstripPath);
-    map.insert(QStringLiteral("textContent"), clip.textContent);
-    map.insert(QStringLiteral("assetId"), clip.assetId);
-    map.insert(QStringLiteral("assetIndex"), assetIndex);
-    map.insert(QStringLiteral("linked"), !clip.linkId.isEmpty());
-    map.insert(QStringLiteral("volume"), volumeValue(clip));
-    insertTiming(project, clip, map);
-    insertLook(clip, map);
-    map.insert(QStringLiteral("effects"), effectsSummary(clip.effects));
-    map.insert(QStringLiteral("audioEffects"), effectsSummary(clip.audioEffects));
-    map.insert(QStringLiteral("keyframes"), keyframesToMap(clip));
-    return map;
+    // Keys in sorted order (see SortedMapBuilder).
+    SortedMapBuilder map;
+    map.add(QStringLiteral("assetId"), clip.assetId);
+    map.add(QStringLiteral("assetIndex"), assetIndex);
+    map.add(QStringLiteral("audioEffects"), effectsSummary(clip.audioEffects));
+    map.add(QStringLiteral("blendMode"), blendModeName(clip.blendMode));
+    map.add(QStringLiteral("duration"), mapSeconds(clip.timelineDurationUs));
+    map.add(QStringLiteral("effects"), effectsSummary(clip.effects));
+    map.add(QStringLiteral("fadeCurve"), fadeCurveName(clip.fadeCurve));
+    map.add(QStringLiteral("fadeIn"), mapSeconds(clip.fadeInUs));
+    map.add(QStringLiteral("fadeOut"), mapSeconds(clip.fadeOutUs));
+    map.add(QStringLiteral("filmstripPath"), clip.filmstripPath);
+    map.add(QStringLiteral("flipH"), clip.flipH);
+    map.add(QStringLiteral("flipV"), clip.flipV);
+    map.add(QStringLiteral("hasFaceTrack"), !clip.faceTrackPath.isEmpty());
+    map.add(QStringLiteral("hasSpeedCurve"), clip.speedCurve.isActive());
+    map.add(QStringLiteral("id"), clip.id);
+    map.add(QStringLiteral("inPoint"), mapSeconds(clip.srcInUs));
+    map.add(QStringLiteral("keyframes"), keyframesToMap(clip));
+    map.add(QStringLiteral("kind"), clipTypeName(clip.type));
+    map.add(QStringLiteral("linked"), !clip.linkId.isEmpty());
+    map.add(QStringLiteral("mask"), maskToMap(clip.mask));
+    map.add(QStringLiteral("name"), clip.name);
+    map.add(QStringLiteral("outPoint"), mapSeconds(clip.srcOutUs));
+    map.add(QStringLiteral("path"), clip.path);
+    map.add(QStringLiteral("reverse"), clip.reverse);
+    // Styles only matter to the clips that draw them; other clips get empty maps.
+    map.add(QStringLiteral("shapeStyle"),
+            clip.type == ClipType::shape ? shapeStyleToJson(clip.shapeStyle).toVariantMap() : QVariantMap());
+    map.add(QStringLiteral("sourceDuration"), mapSeconds(clipSourceLengthUs(project, clip)));
+    map.add(QStringLiteral("speed"), clip.speed);
+    map.add(QStringLiteral("start"), mapSeconds(clip.timelineStartUs));
+    map.add(QStringLiteral("subtitleCues"), subtitleCuesToList(clip.subtitleCues));
+    map.add(QStringLiteral("textContent"), clip.textContent);
+    map.add(QStringLiteral("textStyle"),
+            usesTextStyle(clip.type) ? textStyleToJson(clip.textStyle).toVariantMap() : QVariantMap());
+    map.add(QStringLiteral("thumbnailPath"), clip.thumbnailPath);
+    map.add(QStringLiteral("volume"), volumeValue(clip));
+    return map.take();
 }
 
 QVariantMap transitionToMap(const Track &track, const Transition &transition)
@@ -164,22 +187,36 @@ QVariantMap transitionToMap(const Track &track, const Transition &transition)
             {QStringLiteral("params"), params}};
 }
 
-QVariantMap trackToMap(const Project &project, const Track &track, const QHash<QString, int> &assetRows)
+namespace {
+
+QVariantList clipMapsOf(const Project &project, const Track &track, const QHash<QString, int> &assetRows)
 {
     QVariantList clips;
     clips.reserve(track.clips.size());
     for (const Clip &clip : track.clips)
         clips.append(clipToMap(project, clip, assetRows.value(clip.assetId, -1)));
+    return clips;
+}
+
+QVariantMap trackMapWithClips(const Track &track, const QVariantList &clipMaps)
+{
     QVariantList transitions;
     for (const Transition &transition : track.transitions)
         transitions.append(transitionToMap(track, transition));
     return {{QStringLiteral("type"), trackTypeName(track.type)},
-            {QStringLiteral("clips"), clips},
+            {QStringLiteral("clips"), clipMaps},
             {QStringLiteral("transitions"), transitions},
             {QStringLiteral("muted"), track.muted},
             {QStringLiteral("hidden"), track.hidden},
             {QStringLiteral("showWaveform"), track.showWaveform},
             {QStringLiteral("heightScale"), track.heightScale}};
+}
+
+} // namespace
+
+QVariantMap trackToMap(const Project &project, const Track &track, const QHash<QString, int> &assetRows)
+{
+    return trackMapWithClips(track, clipMapsOf(project, track, assetRows));
 }
 
 QVariantList tracksToList(const Project &project)
@@ -190,6 +227,47 @@ QVariantList tracksToList(const Project &project)
     for (const Track &track : project.tracks)
         list.append(trackToMap(project, track, assetRows));
     return list;
+}
+
+QVariantList TrackMapsCache::tracks(const Project &project)
+{
+    // Asset indices and source lengths come from the asset table: a new table maps everything anew.
+    if (!project.assets.isSharedWith(m_assets) || !project.assetOrder.isSharedWith(m_assetOrder)) {
+        m_entries.clear();
+        m_assets = project.assets;
+        m_assetOrder = project.assetOrder;
+    }
+    QHash<QString, int> assetRows;
+    QList<Entry> entries;
+    entries.reserve(project.tracks.size());
+    QVariantList list;
+    list.reserve(project.tracks.size());
+    for (const Track &track : project.tracks) {
+        // Tracks may have moved: look for the data anywhere in the previous read.
+        const auto reused = std::find_if(m_entries.cbegin(), m_entries.cend(), [&track](const Entry &entry) {
+            return entry.clips.isSharedWith(track.clips) && !track.clips.isEmpty();
+        });
+        Entry entry;
+        entry.clips = track.clips;
+        if (reused != m_entries.cend()) {
+            entry.clipMaps = reused->clipMaps;
+        } else {
+            if (assetRows.isEmpty())
+                assetRows = assetRowsById(project);
+            entry.clipMaps = clipMapsOf(project, track, assetRows);
+        }
+        list.append(trackMapWithClips(track, entry.clipMaps));
+        entries.append(entry);
+    }
+    m_entries = entries;
+    return list;
+}
+
+void TrackMapsCache::clear()
+{
+    m_entries.clear();
+    m_assets.clear();
+    m_assetOrder.clear();
 }
 
 QVariantList clipEffectsToList(const Clip &clip)

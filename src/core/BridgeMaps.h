@@ -25,6 +25,28 @@ QVariantMap transitionToMap(const Track &track, const Transition &transition);
 QVariantMap trackToMap(const Project &project, const Track &track, const QHash<QString, int> &assetRows);
 QVariantList tracksToList(const Project &project);
 
+// tracksToList with memory: the clip maps of a track are kept with a copy of that track's clip
+// list and reused while the live list is still the same shared data (and the asset table too),
+// since copy-on-write guarantees nothing in it changed. An edit detaches only the lists it
+// writes, so after one clip moves only that track's clips are mapped again. The result always
+// equals tracksToList(project).
+class TrackMapsCache
+{
+public:
+    QVariantList tracks(const Project &project);
+    void clear();
+
+private:
+    struct Entry
+    {
+        QList<Clip> clips;
+        QVariantList clipMaps;
+    };
+    QList<Entry> m_entries;
+    QList<QString> m_assetOrder;
+    QHash<QString, Asset> m_assets;
+};
+
 // The effect rows of the inspector. Labels and flags come from the document until a catalogue
 // supplies them; an audio effect is missing when the lookup does not know its catalogue id.
 QVariantList clipEffectsToList(const Clip &clip);

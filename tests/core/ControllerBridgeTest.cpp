@@ -1,6 +1,7 @@
 // What QML reads from the controller: the map forms, the two list models, the keyboard table and
 // the clips under the playhead.
 #include "core/AppController.h"
+#include "core/BridgeMaps.h"
 #include "core/document/ProjectJson.h"
 #include "media/AssetLibrary.h"
 
@@ -310,4 +311,30 @@ TEST_F(ControllerBridge, TrimCursorOverridesOnceAndRestores)
     controller.setDraggingAssetIndex(2);
     controller.setDraggingAssetIndex(2);
     EXPECT_EQ(dragging.count(), 1);
+}
+
+TEST(TrackMapsCache, ReadsEqualAFreshBuildThroughEditsMovesAndAssetChanges)
+{
+    Project project = bridgeProject();
+    TrackMapsCache cache;
+    EXPECT_EQ(cache.tracks(project), tracksToList(project));
+
+    // A write to one clip detaches that track's list only; the result must show the new value.
+    project.tracks[0].clips[1].name = QStringLiteral("renamed");
+    QVariantList read = cache.tracks(project);
+    EXPECT_EQ(read, tracksToList(project));
+    EXPECT_EQ(read[0].toMap().value("clips").toList()[1].toMap().value("name").toString(),
+              QStringLiteral("renamed"));
+
+    project.tracks.move(3, 0); // rows move with their clips
+    EXPECT_EQ(cache.tracks(project), tracksToList(project));
+
+    // Asset lengths and rows feed every clip map: a changed asset table maps everything again.
+    project.asset(QStringLiteral("second"))->durationUs = 12000000;
+    project.assetOrder.move(1, 0);
+    read = cache.tracks(project);
+    EXPECT_EQ(read, tracksToList(project));
+    const QVariantMap v1 = read[1].toMap().value("clips").toList()[0].toMap();
+    EXPECT_DOUBLE_EQ(v1.value("sourceDuration").toDouble(), 12.0);
+    EXPECT_EQ(v1.value("assetIndex").toInt(), 0);
 }
