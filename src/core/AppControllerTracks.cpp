@@ -39,7 +39,7 @@ void AppController::editTrack(int trackIndex, const QString &undoText, const QSt
 {
     if (!validTrack(trackIndex))
         return;
-    orvel::Track edited = m_project.tracks[trackIndex];
+    orvel::Track edited = std::as_const(m_project.tracks)[trackIndex];
     if (!mutate(edited))
         return;
     const orvel::Project before = m_project;
@@ -110,7 +110,7 @@ void AppController::setTrackHidden(int trackIndex, bool hidden)
 // Display settings of a row: they change the document but are no edit worth an undo step.
 void AppController::setTrackShowWaveform(int trackIndex, bool show)
 {
-    if (!validTrack(trackIndex) || m_project.tracks[trackIndex].showWaveform == show)
+    if (!validTrack(trackIndex) || std::as_const(m_project.tracks)[trackIndex].showWaveform == show)
         return;
     m_project.tracks[trackIndex].showWaveform = show;
     emit tracksChanged();
@@ -121,7 +121,7 @@ void AppController::setTrackHeightScale(int trackIndex, double scale)
     if (!validTrack(trackIndex))
         return;
     const double clamped = orvel::clampTrackHeightScale(scale);
-    if (qFuzzyCompare(m_project.tracks[trackIndex].heightScale, clamped))
+    if (qFuzzyCompare(std::as_const(m_project.tracks)[trackIndex].heightScale, clamped))
         return;
     m_project.tracks[trackIndex].heightScale = clamped;
     emit tracksChanged();
@@ -131,7 +131,7 @@ void AppController::nudgeTrackHeightScale(int trackIndex, int steps)
 {
     if (!validTrack(trackIndex))
         return;
-    const double current = m_project.tracks[trackIndex].heightScale;
+    const double current = std::as_const(m_project.tracks)[trackIndex].heightScale;
     setTrackHeightScale(trackIndex, current * std::pow(kTrackHeightNudgeFactor, steps));
 }
 

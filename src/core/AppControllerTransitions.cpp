@@ -28,7 +28,7 @@ void AppController::editTransition(int trackIndex, const QString &transitionId, 
 {
     if (!validTrack(trackIndex))
         return;
-    const int index = orvel::findTransitionById(m_project.tracks[trackIndex], transitionId);
+    const int index = orvel::findTransitionById(std::as_const(m_project.tracks)[trackIndex], transitionId);
     if (index < 0)
         return;
     const orvel::Project before = m_project;
@@ -41,9 +41,10 @@ void AppController::editTransition(int trackIndex, const QString &transitionId, 
 
 void AppController::addTransition(int trackIndex, int clipIndex, const QString &kind, double durationSeconds)
 {
-    if (!validClip(trackIndex, clipIndex) || !orvel::trackTakesTransitions(m_project.tracks[trackIndex].type))
+    if (!validClip(trackIndex, clipIndex) ||
+        !orvel::trackTakesTransitions(std::as_const(m_project.tracks)[trackIndex].type))
         return;
-    const orvel::Track &track = m_project.tracks[trackIndex];
+    const orvel::Track &track = std::as_const(m_project.tracks)[trackIndex];
     const int partner = orvel::transitionPartnerIndex(track, clipIndex);
     if (partner < 0)
         return;
@@ -90,7 +91,7 @@ void AppController::setTransitionDuration(int trackIndex, const QString &transit
 {
     if (!validTrack(trackIndex))
         return;
-    const int index = orvel::findTransitionById(m_project.tracks[trackIndex], transitionId);
+    const int index = orvel::findTransitionById(std::as_const(m_project.tracks)[trackIndex], transitionId);
     if (index < 0)
         return;
     const orvel::Project before = m_project;
