@@ -289,6 +289,7 @@ public slots:
     QVariantMap clipAt(double trackIndex, double clipIndex) const;
     QVariantMap activeVideoClipAtPlayhead() const;
     QVariantMap activeAudioClipAtPlayhead() const;
+    QVariantList previewClipsAtPlayhead() const;
     void setTimelineTrimCursor(int side, int heightPx = 0);
     void triggerAction(const QString &actionId);
     QString shortcutFor(const QString &actionId) const;

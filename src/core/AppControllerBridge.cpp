@@ -3,6 +3,10 @@
 #include "core/AppController.h"
 
 #include "core/BridgeMaps.h"
+#include "core/document/ClipEditing.h"
+#include "core/document/ClipProperties.h"
+#include "core/document/EnumStrings.h"
+#include "core/document/ProjectSetup.h"
 
 #include <QBitmap>
 #include <QCursor>
@@ -95,6 +99,43 @@ QVariantMap AppController::activeVideoClipAtPlayhead() const
 QVariantMap AppController::activeAudioClipAtPlayhead() const
 {
     return topClipUnderPlayhead(orvel::TrackType::audio, true);
+}
+
+// The boxes the preview overlays draw: every visual clip under the playhead on a visible, non-audio
+// track, with its frame and rotation at this instant. The list runs from the bottom track to the
+// top one, so the topmost clip's box comes last and sits above the others.
+QVariantList AppController::previewClipsAtPlayhead() const
+{
+    QVariantList rows;
+    const double atSeconds = orvel::usToSeconds(m_playheadUs);
+    for (int t = int(m_project.tracks.size()) - 1; t >= 0; --t) {
+        const orvel::Track &track = m_project.tracks[t];
+        if (track.type == orvel::TrackType::audio || track.hidden)
+            continue;
+        for (int c = 0; c < track.clips.size(); ++c) {
+            const orvel::Clip &clip = track.clips[c];
+            if (!orvel::isVisualClipType(clip.type) || m_playheadUs < clip.timelineStartUs ||
+                m_playheadUs >= clip.timelineEndUs())
+                continue;
+            const auto value = [&](const char *name) {
+                return orvel::propertyValueAt(m_project, clip, QLatin1String(name), atSeconds, 0.0);
+            };
+            const bool textual = clip.type == orvel::ClipType::text || clip.type == orvel::ClipType::subtitle;
+            rows.append(QVariantMap{{QStringLiteral("track"), t},
+                                    {QStringLiteral("clip"), c},
+                                    {QStringLiteral("kind"), orvel::clipTypeName(clip.type)},
+                                    {QStringLiteral("name"), clip.name},
+                                    {QStringLiteral("pixelSize"), textual ? clip.textStyle.pixelSize : 0},
+                                    {QStringLiteral("x"), value("x")},
+                                    {QStringLiteral("y"), value("y")},
+                                    {QStringLiteral("width"), value("width")},
+                                    {QStringLiteral("height"), value("height")},
+                                    {QStringLiteral("rotation"), value("rotation")},
+                                    {QStringLiteral("canvasWidth"), m_project.width},
+                                    {QStringLiteral("canvasHeight"), m_project.height}});
+        }
+    }
+    return rows;
 }
 
 void AppController::setDraggingAssetIndex(int assetIndex)

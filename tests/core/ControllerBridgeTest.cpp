@@ -338,3 +338,26 @@ TEST(TrackMapsCache, ReadsEqualAFreshBuildThroughEditsMovesAndAssetChanges)
     EXPECT_DOUBLE_EQ(v1.value("sourceDuration").toDouble(), 12.0);
     EXPECT_EQ(v1.value("assetIndex").toInt(), 0);
 }
+
+TEST_F(ControllerBridge, PreviewRowsListVisibleVisualClipsBottomTrackFirst)
+{
+    Project project = bridgeProject();
+    project.tracks[0].clips[1].x = constantProperty(300);
+    project.tracks[0].clips[1].rotation = constantProperty(15);
+    load(project);
+    controller.setPlayheadSeconds(1.75);
+    const QVariantList rows = controller.previewClipsAtPlayhead();
+    ASSERT_EQ(rows.size(), 3); // the hidden row and the audio row give none
+    const QVariantMap title = rows[0].toMap();
+    EXPECT_EQ(title.value("track").toInt(), 3);
+    EXPECT_EQ(title.value("kind").toString(), QStringLiteral("text"));
+    EXPECT_EQ(title.value("pixelSize").toInt(), 64);
+    const QVariantMap top = rows[2].toMap();
+    EXPECT_EQ(top.value("track").toInt(), 0);
+    EXPECT_EQ(top.value("clip").toInt(), 1);
+    EXPECT_DOUBLE_EQ(top.value("x").toDouble(), 300.0);
+    EXPECT_DOUBLE_EQ(top.value("rotation").toDouble(), 15.0);
+    EXPECT_DOUBLE_EQ(top.value("width").toDouble(), 1920.0); // empty: the canvas width
+    EXPECT_EQ(top.value("canvasHeight").toInt(), 1080);
+    EXPECT_EQ(top.value("pixelSize").toInt(), 0);
+}
