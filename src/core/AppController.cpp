@@ -26,6 +26,7 @@ AppController::AppController(AssetLibrary *assetLibrary, QObject *parent)
         return orvel::writeStillFrame(videoPath, sourceUs, orvel::stillFramesDirectory());
     };
     connectSignals();
+    setUpBridge();
     m_undoStack.setUndoLimit(50);
     readSettings();
     startAutosave();

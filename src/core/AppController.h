@@ -1,7 +1,10 @@
 #pragma once
 
+#include "core/BridgeMaps.h"
+#include "core/ClipListModel.h"
 #include "core/Recovery.h"
 #include "core/SpeedCurveSession.h"
+#include "core/TimelineModel.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/Project.h"
 
@@ -65,6 +68,23 @@ class AppController : public QObject
     Q_PROPERTY(bool separateAudioAvailable READ canSeparateAudioSelection NOTIFY editCapabilitiesChanged)
     Q_PROPERTY(bool unlinkAvailable READ canUnlinkSelection NOTIFY editCapabilitiesChanged)
     Q_PROPERTY(bool dragActive READ dragActive NOTIFY dragActiveChanged)
+    // QML bridge: the document as maps and list models (AppControllerBridge.cpp)
+    Q_PROPERTY(QVariantList tracks READ tracks NOTIFY tracksChanged)
+    Q_PROPERTY(QVariantList selection READ selectedClips NOTIFY selectionChanged)
+    Q_PROPERTY(QVariantMap selectedClipData READ selectedClipData NOTIFY selectedClipDataChanged)
+    Q_PROPERTY(QVariantList selectedClipEffects READ selectedClipEffects NOTIFY selectedClipDataChanged)
+    Q_PROPERTY(
+        QVariantList selectedClipAudioEffects READ selectedClipAudioEffects NOTIFY selectedClipDataChanged)
+    Q_PROPERTY(
+        QVariantMap selectedTransitionData READ selectedTransitionData NOTIFY selectedTransitionDataChanged)
+    Q_PROPERTY(QVariantList bookmarks READ bookmarks NOTIFY bookmarksChanged)
+    Q_PROPERTY(QVariantMap background READ background NOTIFY backgroundChanged)
+    Q_PROPERTY(QVariantList actions READ actions NOTIFY shortcutsChanged)
+    Q_PROPERTY(int draggingAssetIndex READ draggingAssetIndex WRITE setDraggingAssetIndex NOTIFY
+                   draggingAssetIndexChanged)
+    Q_PROPERTY(bool projectLayoutChosen READ projectLayoutChosen NOTIFY projectLayoutChosenChanged)
+    Q_PROPERTY(TimelineModel *timelineModel READ timelineModel CONSTANT)
+    Q_PROPERTY(ClipListModel *clipListModel READ clipListModel CONSTANT)
 
 public:
     explicit AppController(AssetLibrary *assetLibrary, QObject *parent = nullptr);
@@ -309,6 +329,73 @@ signals:
     void speedCurveApplied();
 
 public slots:
+    // Tracks, transitions, bookmarks and project setup (AppControllerTracks.cpp,
+    // AppControllerTransitions.cpp, AppControllerProject.cpp)
+    void addTransition(int trackIndex, int clipIndex, const QString &kind, double durationSeconds);
+    void removeTransition(int trackIndex, const QString &transitionId);
+    void setTransitionDuration(int trackIndex, const QString &transitionId, double durationSeconds);
+    void setTransitionKind(int trackIndex, const QString &transitionId, const QString &kind);
+    void setTransitionParam(int trackIndex, const QString &transitionId, const QString &key,
+                            const QVariant &value);
+    QVariantMap transitionBetweenClips(int trackIndex, int clipIndex) const;
+    void addTrack(const QString &type);
+    void removeTrack(int trackIndex);
+    void moveTrack(int fromIndex, int toIndex);
+    void setTrackMuted(int trackIndex, bool muted);
+    void setTrackHidden(int trackIndex, bool hidden);
+    void setTrackShowWaveform(int trackIndex, bool show);
+    void setTrackHeightScale(int trackIndex, double scale);
+    void nudgeTrackHeightScale(int trackIndex, int steps);
+    double trackHeightScaleMin() const;
+    double trackHeightScaleMax() const;
+    void addBookmark(double seconds, const QString &label);
+    void removeBookmark(int index);
+    void goToBookmark(int index);
+    void setProjectSetup(int width, int height, int fps);
+    void setProjectResolution(int width, int height);
+    void applyCanvasCrop(double x, double y, double width, double height);
+    void setBackground(const QVariantMap &background);
+    void setProjectMetadata(const QString &title, const QString &author, const QString &description);
+    QVariantMap projectMetadata() const;
+    int projectWidth() const { return m_project.width; }
+    int projectHeight() const { return m_project.height; }
+    int projectFps() const { return m_project.fps; }
+    bool timelineHasVisualClips() const;
+    bool shouldConfigureProjectForAsset(int assetIndex) const;
+    QVariantMap suggestedProjectSetupForAsset(int assetIndex) const;
+    void markProjectLayoutChosen();
+
+    // QML bridge (AppControllerBridge.cpp, AppControllerShortcuts.cpp)
+    // QML numbers arrive as doubles; the (int, int) overload is the controller's own clip lookup.
+    QVariantMap clipAt(double trackIndex, double clipIndex) const;
+    QVariantMap activeVideoClipAtPlayhead() const;
+    QVariantMap activeAudioClipAtPlayhead() const;
+    QVariantList previewClipsAtPlayhead() const;
+    void setTimelineTrimCursor(int side, int heightPx = 0);
+    void triggerAction(const QString &actionId);
+    QString shortcutFor(const QString &actionId) const;
+    void setShortcut(const QString &actionId, const QString &keys);
+
+public:
+    QVariantList tracks() const;
+    QVariantMap selectedClipData() const;
+    QVariantList selectedClipEffects() const;
+    QVariantList selectedClipAudioEffects() const;
+    QVariantMap selectedTransitionData() const;
+    QVariantList bookmarks() const;
+    QVariantMap background() const;
+    QVariantList actions() const;
+    int draggingAssetIndex() const { return m_draggingAssetIndex; }
+    void setDraggingAssetIndex(int assetIndex);
+    bool projectLayoutChosen() const { return m_projectLayoutChosen; }
+    TimelineModel *timelineModel() { return &m_timelineModel; }
+    ClipListModel *clipListModel() { return &m_clipListModel; }
+    // Whether the audio-effect catalogue knows an id; without one every stored effect is missing.
+    void setAudioEffectCatalogLookup(std::function<bool(const QString &)> known)
+    {
+        m_audioEffectKnown = std::move(known);
+    }
+    int trimCursorSide() const { return m_trimCursorSide; }
 
 signals:
     void tracksChanged();
@@ -333,6 +420,13 @@ signals:
     void transformBlocked(const QString &reason);
     void inlineTextEditRequested(int trackIndex, int clipIndex);
     void projectMutated();
+    // QML bridge
+    void draggingAssetIndexChanged();
+    void projectLayoutChosenChanged();
+    void shortcutsChanged();
+    void newProjectRequested();
+    void openRequested();
+    void saveRequested();
 
 protected:
     void setLastMessage(const QString &message);
@@ -447,6 +541,28 @@ private:
     QStringList m_keyframeGraphHiddenProperties;
     orvel::SpeedCurveSession m_speedSession;
     QPointer<orvel::AbstractClipPreviewPlayer> m_clipPreviewPlayer;
+    // Tracks, transitions, project setup and the QML bridge
+    void setUpBridge();
+    void loadShortcuts();
+    void remapSelectionTracks(const std::function<int(int)> &newTrackIndex);
+    bool validTrack(int trackIndex) const;
+    template <typename Mutator>
+    void editTransition(int trackIndex, const QString &transitionId, const QString &undoText,
+                        const QString &message, Mutator mutate);
+    template <typename Mutator>
+    void editTrack(int trackIndex, const QString &undoText, const QString &message, Mutator mutate);
+    void resizeCanvas(int width, int height, int fps);
+    QVariantMap clipMapAt(int trackIndex, int clipIndex) const;
+    QVariantMap topClipUnderPlayhead(orvel::TrackType trackType, bool skipMuted) const;
+    TimelineModel m_timelineModel{this};
+    ClipListModel m_clipListModel{this};
+    QHash<QString, QString> m_shortcuts; // action id to keys
+    mutable orvel::TrackMapsCache m_trackMaps;
+    std::function<bool(const QString &)> m_audioEffectKnown;
+    int m_draggingAssetIndex = -1;
+    bool m_projectLayoutChosen = false;
+    int m_trimCursorSide = 0;
+    int m_trimCursorHeightPx = 0;
 };
 
 // The QML singleton type: the same object as AppController under the name QML code uses.

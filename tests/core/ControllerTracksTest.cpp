@@ -1,0 +1,362 @@
+// Structural edits through the controller's slots: tracks, transitions, bookmarks and the canvas.
+#include "core/AppController.h"
+#include "core/document/ProjectJson.h"
+#include "media/AssetLibrary.h"
+
+#include <QJsonDocument>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QUndoStack>
+
+#include <gtest/gtest.h>
+
+using namespace orvel;
+
+namespace {
+
+Clip trackClip(const QString &id, TimeUs startUs, TimeUs durationUs, ClipType type = ClipType::video)
+{
+    Clip clip;
+    clip.id = id;
+    clip.name = id;
+    clip.type = type;
+    clip.timelineStartUs = startUs;
+    clip.timelineDurationUs = durationUs;
+    clip.srcOutUs = durationUs;
+    return clip;
+}
+
+Track trackOf(TrackType type, const QList<Clip> &clips)
+{
+    Track track;
+    track.type = type;
+    track.clips = clips;
+    return track;
+}
+
+Asset mediaAsset(const QString &id, AssetKind kind, int width, int height, int rotation = 0)
+{
+    Asset asset;
+    asset.id = id;
+    asset.name = id + QStringLiteral(".mov");
+    asset.path = QStringLiteral("/media/") + asset.name;
+    asset.kind = kind;
+    asset.durationUs = 10000000;
+    asset.width = width;
+    asset.height = height;
+    asset.rotationDegrees = rotation;
+    asset.fps = 25.0;
+    return asset;
+}
+
+} // namespace
+
+class ControllerTracks : public testing::Test
+{
+protected:
+    void load(const Project &project)
+    {
+        ASSERT_TRUE(controller.loadProjectJson(QJsonDocument(projectToJson(project)).toJson()));
+    }
+    // Video a|b touching, a second video row with c, an audio row with d.
+    void loadThreeRows()
+    {
+        Project project;
+        project.tracks = {
+            trackOf(TrackType::video, {trackClip("a", 0, 2000000), trackClip("b", 2000000, 3000000)}),
+            trackOf(TrackType::video, {trackClip("c", 0, 1000000)}),
+            trackOf(TrackType::audio, {trackClip("d", 0, 1000000, ClipType::audio)})};
+        load(project);
+    }
+    const Project &doc() const { return controller.project(); }
+    int undoCount() { return controller.undoStack()->count(); }
+
+    AssetLibrary library;
+    AppController controller{&library};
+};
+
+TEST_F(ControllerTracks, HeightScaleClampsAndIgnoresFuzzilyEqualValues)
+{
+    loadThreeRows();
+    QSignalSpy tracks(&controller, &AppController::tracksChanged);
+    controller.setTrackHeightScale(0, 9.0);
+    EXPECT_DOUBLE_EQ(doc().tracks[0].heightScale, 4.0);
+    controller.setTrackHeightScale(0, 0.1);
+    EXPECT_DOUBLE_EQ(doc().tracks[0].heightScale, 0.6);
+    EXPECT_EQ(tracks.count(), 2);
+    controller.setTrackHeightScale(0, 0.6 + 1e-15);
+    controller.setTrackHeightScale(0, 0.2); // clamps to the value it already has
+    EXPECT_EQ(tracks.count(), 2);
+    EXPECT_EQ(undoCount(), 0); // a display setting, not an edit
+
+    controller.setTrackHeightScale(1, 1.0);
+    controller.nudgeTrackHeightScale(1, 2);
+    EXPECT_NEAR(doc().tracks[1].heightScale, 1.18 * 1.18, 1e-12);
+    controller.nudgeTrackHeightScale(1, 20);
+    EXPECT_DOUBLE_EQ(doc().tracks[1].heightScale, 4.0);
+    controller.nudgeTrackHeightScale(9, 1); // a bad index is ignored
+    EXPECT_DOUBLE_EQ(controller.trackHeightScaleMin(), 0.6);
+    EXPECT_DOUBLE_EQ(controller.trackHeightScaleMax(), 4.0);
+}
+
+TEST_F(ControllerTracks, AddTrackGoesOnTopAndEveryIndexFollows)
+{
+    loadThreeRows();
+    controller.selectClip(1, 0);
+    controller.addToSelection(2, 0);
+    controller.selectTransition(0, 0);
+    controller.addTrack(QStringLiteral(" Video "));
+
+    ASSERT_EQ(doc().tracks.size(), 4);
+    EXPECT_EQ(doc().tracks[0].type, TrackType::video);
+    EXPECT_TRUE(doc().tracks[0].clips.isEmpty());
+    EXPECT_EQ(doc().tracks[2].clips[0].id, QStringLiteral("c"));
+    EXPECT_EQ(controller.selectedTrack(), 3);
+    EXPECT_EQ(controller.selectedClip(), 0);
+    EXPECT_TRUE(controller.selectionContains(2, 0));
+    EXPECT_TRUE(controller.selectionContains(3, 0));
+    EXPECT_EQ(controller.selectedTransitionTrack(), 1);
+    EXPECT_EQ(controller.undoStack()->undoText(), QStringLiteral("Add track"));
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Track added"));
+
+    controller.addTrack(QStringLiteral("timeline"));
+    EXPECT_EQ(doc().tracks.size(), 4);
+    EXPECT_EQ(undoCount(), 1);
+}
+
+TEST_F(ControllerTracks, RemoveAndMoveTrackCorrectTheSelection)
+{
+    loadThreeRows();
+    controller.setSelection({QVariantMap{{"track", 0}, {"clip", 1}}, QVariantMap{{"track", 2}, {"clip", 0}}});
+    controller.removeTrack(1);
+    ASSERT_EQ(doc().tracks.size(), 2);
+    EXPECT_TRUE(controller.selectionContains(0, 1));
+    EXPECT_TRUE(controller.selectionContains(1, 0));
+    EXPECT_EQ(controller.selectedTrack(), 1);
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Track deleted"));
+
+    controller.removeTrack(1); // the primary's track goes: the rest of the selection stays
+    EXPECT_EQ(controller.selectedTrack(), 0);
+    EXPECT_EQ(controller.selectedClip(), 1);
+
+    controller.undo();
+    controller.undo();
+    ASSERT_EQ(doc().tracks.size(), 3);
+    controller.selectClip(2, 0);
+    controller.selectTransition(0, 0);
+    controller.moveTrack(2, 0);
+    EXPECT_EQ(doc().tracks[0].type, TrackType::audio);
+    EXPECT_EQ(doc().tracks[1].clips[0].id, QStringLiteral("a"));
+    EXPECT_EQ(controller.selectedTrack(), 0);
+    EXPECT_EQ(controller.selectedTransitionTrack(), 1);
+    EXPECT_EQ(controller.undoStack()->undoText(), QStringLiteral("Move track"));
+
+    const int entries = undoCount();
+    controller.moveTrack(1, 1);
+    controller.moveTrack(0, 3);
+    EXPECT_EQ(undoCount(), entries);
+}
+
+TEST_F(ControllerTracks, MuteAndHideAreUndoableWithTheirOwnWords)
+{
+    loadThreeRows();
+    controller.setTrackMuted(2, true);
+    EXPECT_TRUE(doc().tracks[2].muted);
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Track muted"));
+    controller.setTrackHidden(0, true);
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Track hidden"));
+    controller.setTrackHidden(0, false);
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Track shown"));
+    EXPECT_EQ(controller.undoStack()->undoText(), QStringLiteral("Track visibility"));
+    controller.undo();
+    EXPECT_TRUE(doc().tracks[0].hidden);
+
+    const int entries = undoCount();
+    controller.setTrackShowWaveform(2, true);
+    EXPECT_TRUE(doc().tracks[2].showWaveform);
+    EXPECT_EQ(undoCount(), entries);
+}
+
+TEST_F(ControllerTracks, AddTransitionNeedsATouchingPartnerAndReplacesInPlace)
+{
+    Project project;
+    project.tracks = {trackOf(TrackType::video, {trackClip("a", 0, 2000000), trackClip("b", 2000000, 3000000),
+                                                 trackClip("far", 9000000, 1000000)}),
+                      trackOf(TrackType::audio, {trackClip("s", 0, 1000000, ClipType::audio),
+                                                 trackClip("t", 1000000, 1000000, ClipType::audio)})};
+    load(project);
+
+    controller.addTransition(0, 2, QStringLiteral("crossfade"), 1.0); // no right partner
+    controller.addTransition(1, 0, QStringLiteral("crossfade"), 1.0); // audio rows take none
+    EXPECT_EQ(undoCount(), 0);
+    EXPECT_TRUE(doc().tracks[0].transitions.isEmpty());
+
+    controller.addTransition(0, 0, QStringLiteral("dip"), 0.02);
+    ASSERT_EQ(doc().tracks[0].transitions.size(), 1);
+    const Transition added = doc().tracks[0].transitions[0];
+    EXPECT_EQ(added.kind, QStringLiteral("dip"));
+    EXPECT_EQ(added.durationUs, 100000);
+    EXPECT_EQ(added.toClipId, QStringLiteral("b"));
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Transition added"));
+    EXPECT_EQ(controller.selectedTransitionTrack(), 0);
+    EXPECT_EQ(controller.selectedTransitionLeftClip(), 0);
+    EXPECT_EQ(controller.selectedTransitionData().value("id").toString(), added.id);
+
+    controller.setTransitionParam(0, added.id, QStringLiteral("softness"), 0.4);
+    controller.addTransition(0, 0, QStringLiteral("wipe.left"), 2.0);
+    ASSERT_EQ(doc().tracks[0].transitions.size(), 1);
+    const Transition replaced = doc().tracks[0].transitions[0];
+    EXPECT_EQ(replaced.id, added.id);
+    EXPECT_EQ(replaced.kind, QStringLiteral("wipe.left"));
+    EXPECT_TRUE(replaced.parameters.isEmpty());
+    EXPECT_EQ(controller.undoStack()->undoText(), QStringLiteral("Replace transition"));
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Transition updated"));
+
+    controller.removeTransition(0, added.id);
+    EXPECT_TRUE(doc().tracks[0].transitions.isEmpty());
+    EXPECT_TRUE(controller.transitionBetweenClips(0, 0).isEmpty());
+}
+
+TEST_F(ControllerTracks, TransitionDurationMovesTheRightClipAndItsPartner)
+{
+    Clip right = trackClip("b", 1500000, 3000000);
+    right.linkId = QStringLiteral("link");
+    Clip rightAudio = trackClip("b-audio", 1500000, 3000000, ClipType::audio);
+    rightAudio.linkId = QStringLiteral("link");
+    Project project;
+    project.tracks = {trackOf(TrackType::video, {trackClip("a", 0, 2000000), right}),
+                      trackOf(TrackType::audio, {rightAudio})};
+    load(project);
+    controller.addTransition(0, 0, QStringLiteral("crossfade"), 3.0);
+    const QVariantMap before = controller.transitionBetweenClips(0, 0);
+    EXPECT_DOUBLE_EQ(before.value("duration").toDouble(), 0.5); // the overlap, not the request
+    EXPECT_TRUE(before.value("overlapping").toBool());
+    EXPECT_DOUBLE_EQ(before.value("start").toDouble(), 1.5);
+
+    const QString id = before.value("id").toString();
+    controller.setTransitionDuration(0, id, 0.8);
+    EXPECT_EQ(doc().tracks[0].clips[1].timelineStartUs, 1200000);
+    EXPECT_EQ(doc().tracks[1].clips[0].timelineStartUs, 1200000);
+    EXPECT_EQ(doc().tracks[0].transitions[0].durationUs, 800000);
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Transition duration updated"));
+
+    controller.setTransitionKind(0, id, QStringLiteral("hold"));
+    EXPECT_EQ(doc().tracks[0].transitions[0].kind, QStringLiteral("hold"));
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Transition kind updated"));
+    const int entries = undoCount();
+    controller.setTransitionDuration(0, QStringLiteral("missing"), 1.0);
+    controller.setTransitionKind(5, id, QStringLiteral("dip"));
+    EXPECT_EQ(undoCount(), entries);
+}
+
+TEST_F(ControllerTracks, BookmarksAppendWithADefaultLabelAndSeek)
+{
+    QSignalSpy bookmarks(&controller, &AppController::bookmarksChanged);
+    controller.addBookmark(4.0, QString());
+    controller.addBookmark(1.5, QStringLiteral("Drop"));
+    ASSERT_EQ(doc().bookmarks.size(), 2);
+    EXPECT_EQ(doc().bookmarks[0].label, QStringLiteral("Bookmark"));
+    EXPECT_EQ(doc().bookmarks[1].timeUs, 1500000); // appended, not sorted
+    EXPECT_GE(bookmarks.count(), 2);
+    const QVariantList listed = controller.bookmarks();
+    ASSERT_EQ(listed.size(), 2);
+    EXPECT_DOUBLE_EQ(listed[1].toMap().value("seconds").toDouble(), 1.5);
+
+    controller.goToBookmark(0);
+    EXPECT_DOUBLE_EQ(controller.playheadSeconds(), 4.0);
+    controller.removeBookmark(0);
+    EXPECT_EQ(doc().bookmarks[0].label, QStringLiteral("Drop"));
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Bookmark removed"));
+    controller.removeBookmark(3);
+    EXPECT_EQ(doc().bookmarks.size(), 1);
+}
+
+TEST_F(ControllerTracks, ProjectSetupClampsPinsSizesAndSkipsNoChange)
+{
+    Project project;
+    project.tracks = {trackOf(TrackType::video, {trackClip("v", 0, 1000000)}),
+                      trackOf(TrackType::audio, {trackClip("s", 0, 1000000, ClipType::audio)})};
+    load(project);
+    controller.setProjectSetup(9000, 8, 500);
+    EXPECT_EQ(doc().width, 7680);
+    EXPECT_EQ(doc().height, 16);
+    EXPECT_EQ(doc().fps, 240);
+    EXPECT_EQ(doc().tracks[0].clips[0].width, constantProperty(1920));
+    EXPECT_EQ(doc().tracks[0].clips[0].height, constantProperty(1080));
+    EXPECT_TRUE(doc().tracks[1].clips[0].width.isEmpty());
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Project setup updated"));
+
+    const int entries = undoCount();
+    controller.setProjectSetup(7680, 16, 240);
+    controller.setProjectResolution(8000, 2);
+    EXPECT_EQ(undoCount(), entries);
+    controller.setProjectResolution(1280, 720);
+    EXPECT_EQ(doc().width, 1280);
+    EXPECT_EQ(doc().fps, 240);
+}
+
+TEST_F(ControllerTracks, CanvasCropRoundsAndReportsTheNewSize)
+{
+    Project project;
+    Clip title = trackClip("title", 0, 1000000, ClipType::text);
+    title.x = constantProperty(500);
+    project.tracks = {trackOf(TrackType::text, {title})};
+    load(project);
+    controller.applyCanvasCrop(0, 0, 1920, 1080);
+    EXPECT_EQ(undoCount(), 0);
+    controller.applyCanvasCrop(99.6, 0.2, 1280.4, 720);
+    EXPECT_EQ(doc().width, 1280);
+    EXPECT_EQ(doc().height, 720);
+    EXPECT_EQ(doc().tracks[0].clips[0].x, constantProperty(400));
+    EXPECT_TRUE(doc().tracks[0].clips[0].y.isEmpty());
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Video size cropped to 1280×720"));
+}
+
+TEST_F(ControllerTracks, FirstAssetSetupAndItsSuggestion)
+{
+    Project project;
+    project.insertAsset(mediaAsset("portrait", AssetKind::video, 1920, 1080, 90));
+    project.insertAsset(mediaAsset("song", AssetKind::audio, 0, 0));
+    project.insertAsset(mediaAsset("wide", AssetKind::image, 2390, 1000));
+    load(project);
+
+    EXPECT_TRUE(controller.shouldConfigureProjectForAsset(0));
+    EXPECT_FALSE(controller.shouldConfigureProjectForAsset(1));
+    EXPECT_FALSE(controller.shouldConfigureProjectForAsset(7));
+    const QVariantMap portrait = controller.suggestedProjectSetupForAsset(0);
+    EXPECT_EQ(portrait.value("width").toInt(), 1080);
+    EXPECT_EQ(portrait.value("height").toInt(), 1920);
+    EXPECT_EQ(portrait.value("aspect").toString(), QStringLiteral("9:16"));
+    EXPECT_DOUBLE_EQ(portrait.value("fps").toDouble(), 25.0);
+    EXPECT_EQ(portrait.value("kind").toString(), QStringLiteral("video"));
+    EXPECT_EQ(controller.suggestedProjectSetupForAsset(2).value("aspect").toString(),
+              QStringLiteral("source"));
+    const QVariantMap unknown = controller.suggestedProjectSetupForAsset(-1);
+    EXPECT_EQ(unknown.value("aspect").toString(), QStringLiteral("custom"));
+    EXPECT_EQ(unknown.value("width").toInt(), 1920);
+
+    QSignalSpy chosen(&controller, &AppController::projectLayoutChosenChanged);
+    controller.markProjectLayoutChosen();
+    EXPECT_TRUE(controller.projectLayoutChosen());
+    EXPECT_EQ(chosen.count(), 1);
+    EXPECT_FALSE(controller.shouldConfigureProjectForAsset(0));
+}
+
+TEST_F(ControllerTracks, BackgroundAndMetadata)
+{
+    QSignalSpy background(&controller, &AppController::backgroundChanged);
+    controller.setBackground({{"kind", "blur"}, {"color", "#ff336699"}, {"blurStrength", 35}});
+    EXPECT_EQ(doc().background.kind, BackgroundKind::blur);
+    EXPECT_EQ(doc().background.color, QColor(0x33, 0x66, 0x99));
+    EXPECT_DOUBLE_EQ(doc().background.blurStrength, 35.0);
+    EXPECT_EQ(controller.background().value("kind").toString(), QStringLiteral("blur"));
+    EXPECT_GE(background.count(), 1);
+    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Background updated"));
+
+    controller.setProjectMetadata(QStringLiteral("Trip"), QStringLiteral("Ana"), QStringLiteral("Summer"));
+    EXPECT_EQ(doc().name, QStringLiteral("Trip"));
+    EXPECT_EQ(doc().author, QStringLiteral("Ana"));
+    EXPECT_EQ(QSettings().value("authorName").toString(), QStringLiteral("Ana"));
+    AppController fresh(nullptr);
+    EXPECT_EQ(fresh.project().author, QStringLiteral("Ana")); // new projects take the last author
+}
