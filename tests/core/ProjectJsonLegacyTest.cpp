@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
 using namespace orvel;
@@ -20,101 +21,71 @@ Project readLegacyText(const char *text)
     return projectFromJson(QJsonDocument::fromJson(QByteArray(text)).object());
 }
 
-// Gives every scalar a value of another JSON type (containers are kept, so that every level of
-// the document is reached); "parameters" objects are left alone since they hold any type.
-QJsonValue mangleScalars(const QJsonValue &value);
+// Rebuilds a JSON tree with every scalar passed through `leaf`, which may drop it by answering
+// undefined (an array keeps the place as an empty object, so that indices still line up).
+// "parameters" objects hold values of any type and are copied as they are when asked.
+using Leaf = std::function<QJsonValue(const QString &key, const QJsonValue &scalar)>;
 
-QJsonObject mangleObject(const QJsonObject &object)
+QJsonValue rebuild(const QJsonValue &value, const Leaf &leaf, bool keepParameters, const QString &key = {})
 {
-    QJsonObject result;
-    for (auto it = object.constBegin(); it != object.constEnd(); ++it)
-        result.insert(it.key(), it.key() == "parameters" ? it.value() : mangleScalars(it.value()));
-    return result;
-}
-
-QJsonValue mangleScalars(const QJsonValue &value)
-{
-    switch (value.type()) {
-    case QJsonValue::Object:
-        return mangleObject(value.toObject());
-    case QJsonValue::Array: {
-        QJsonArray result;
-        for (const QJsonValue &element : value.toArray())
-            result.append(mangleScalars(element));
+    if (value.isObject() && !(keepParameters && key == "parameters")) {
+        QJsonObject result;
+        const QJsonObject object = value.toObject();
+        for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
+            const QJsonValue rebuilt = rebuild(it.value(), leaf, keepParameters, it.key());
+            if (!rebuilt.isUndefined())
+                result.insert(it.key(), rebuilt);
+        }
         return result;
     }
-    case QJsonValue::Double:
-        return QStringLiteral("12");
-    case QJsonValue::String:
-        return 7;
-    default:
-        return QJsonValue::Null;
+    if (value.isArray()) {
+        QJsonArray result;
+        for (const QJsonValue &element : value.toArray()) {
+            const QJsonValue rebuilt = rebuild(element, leaf, keepParameters, key);
+            result.append(rebuilt.isUndefined() ? QJsonValue(QJsonObject{}) : rebuilt);
+        }
+        return result;
     }
+    return value.isObject() ? value : leaf(key, value);
+}
+
+// Every scalar as a value of another JSON type.
+QJsonObject mangleScalars(const QJsonObject &object)
+{
+    const Leaf mangle = [](const QString &, const QJsonValue &scalar) -> QJsonValue {
+        if (scalar.isDouble())
+            return QStringLiteral("12");
+        return scalar.isString() ? QJsonValue(7) : QJsonValue(QJsonValue::Null);
+    };
+    return rebuild(object, mangle, true).toObject();
 }
 
 // The same document with every scalar removed: what the mangled one must read as.
-QJsonValue stripScalars(const QJsonValue &value)
+QJsonObject stripScalars(const QJsonObject &object)
 {
-    if (value.isObject()) {
-        QJsonObject result;
-        const QJsonObject object = value.toObject();
-        for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
-            if (it.key() == "parameters" || it.value().isObject() || it.value().isArray())
-                result.insert(it.key(), it.key() == "parameters" ? it.value() : stripScalars(it.value()));
-        }
-        return result;
-    }
-    QJsonArray result;
-    for (const QJsonValue &element : value.toArray())
-        result.append(element.isObject() || element.isArray() ? stripScalars(element)
-                                                              : QJsonValue(QJsonObject{}));
-    return result;
+    return rebuild(
+               object, [](const QString &, const QJsonValue &) { return QJsonValue(QJsonValue::Undefined); },
+               true)
+        .toObject();
 }
 
 // Replaces every number by the given one, wherever it is.
-QJsonValue replaceNumbers(const QJsonValue &value, double number)
+QJsonObject replaceNumbers(const QJsonObject &object, double number)
 {
-    if (value.isDouble())
-        return number;
-    if (value.isObject()) {
-        QJsonObject result = value.toObject();
-        for (auto it = result.begin(); it != result.end(); ++it)
-            it.value() = replaceNumbers(it.value(), number);
-        return result;
-    }
-    if (value.isArray()) {
-        QJsonArray result;
-        for (const QJsonValue &element : value.toArray())
-            result.append(replaceNumbers(element, number));
-        return result;
-    }
-    return value;
+    const Leaf replace = [number](const QString &, const QJsonValue &scalar) {
+        return scalar.isDouble() ? QJsonValue(number) : scalar;
+    };
+    return rebuild(object, replace, false).toObject();
 }
 
 // Fresh ids and "now" dates differ between two reads; everything else must match.
-QJsonValue withoutVolatileKeys(const QJsonValue &value)
-{
-    if (value.isObject()) {
-        QJsonObject result;
-        const QJsonObject object = value.toObject();
-        for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
-            if (it.key() != "id" && it.key() != "createdAt" && it.key() != "modifiedAt")
-                result.insert(it.key(), withoutVolatileKeys(it.value()));
-        }
-        return result;
-    }
-    if (value.isArray()) {
-        QJsonArray result;
-        for (const QJsonValue &element : value.toArray())
-            result.append(withoutVolatileKeys(element));
-        return result;
-    }
-    return value;
-}
-
 QByteArray stableBytes(const Project &project)
 {
-    return QJsonDocument(withoutVolatileKeys(projectToJson(project)).toObject()).toJson();
+    const Leaf dropVolatile = [](const QString &key, const QJsonValue &scalar) {
+        const bool fresh = key == "id" || key == "createdAt" || key == "modifiedAt";
+        return fresh ? QJsonValue(QJsonValue::Undefined) : scalar;
+    };
+    return QJsonDocument(rebuild(projectToJson(project), dropVolatile, false).toObject()).toJson();
 }
 
 } // namespace
@@ -221,8 +192,8 @@ TEST(ProjectJsonLegacy, NormalisedTransformBecomesCanvasPixels)
 TEST(ProjectJsonHostile, WrongTypesEverywhereReadAsMissing)
 {
     QJsonObject full = projectToJson(fullProject());
-    QJsonObject mangled = mangleObject(full);
-    QJsonObject stripped = stripScalars(full).toObject();
+    QJsonObject mangled = mangleScalars(full);
+    QJsonObject stripped = stripScalars(full);
     mangled["version"] = 3; // keep the modern forms so that every level is read
     stripped["version"] = 3;
     const Project fromMangled = projectFromJson(mangled);
@@ -249,7 +220,7 @@ TEST(ProjectJsonHostile, HugeAndNonFiniteNumbersStayInRange)
     const QJsonObject full = projectToJson(fullProject());
     const double inf = std::numeric_limits<double>::infinity();
     for (double number : {1e300, -1e300, inf, -inf, std::nan("")}) {
-        QJsonObject hostile = replaceNumbers(full, number).toObject();
+        QJsonObject hostile = replaceNumbers(full, number);
         hostile["version"] = 3; // a hostile version number would select the old forms
         const Project p = projectFromJson(hostile);
         ASSERT_EQ(p.tracks.size(), 2);
