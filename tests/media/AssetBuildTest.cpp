@@ -3,9 +3,11 @@
 
 #include "TestMedia.h"
 
-#include <QImage>
+#include <QFileInfo>
 
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 using namespace orvel;
 
@@ -105,55 +107,42 @@ TEST(BuildAssetFromProbe, KindFollowsStreamsAndLastStreamOfEachTypeWins)
     EXPECT_TRUE(data.codecName.isEmpty());
 }
 
-TEST(BuildAssetFromFile, VideoGetsPosterAndStripAudioSharesItsPoster)
+TEST(BuildAssetFromFile, VideoGetsPosterAndStripOthersShareThePoster)
 {
     const QString video = testmedia::path("av.mp4");
     const Asset clip = buildAsset(video, "av.mp4", probeMedia(video));
-    EXPECT_EQ(clip.kind, AssetKind::video);
     EXPECT_EQ(clip.durationText, "00:01");
     EXPECT_EQ(clip.thumbnailPath, posterPath(video));
     EXPECT_EQ(clip.filmstripPath, stripPath(video));
-    EXPECT_EQ(QImage(clip.filmstripPath).size(), QSize(960, 68));
+    EXPECT_TRUE(QFileInfo::exists(clip.filmstripPath));
 
     const QString mp3 = testmedia::path("cover.mp3");
     const Asset song = buildAsset(mp3, "cover.mp3", probeMedia(mp3));
     EXPECT_EQ(song.kind, AssetKind::audio);
     EXPECT_EQ(song.thumbnailPath, posterPath(mp3));
     EXPECT_EQ(song.filmstripPath, song.thumbnailPath);
-    EXPECT_EQ(QImage(song.thumbnailPath).size(), QSize(64, 64));
-}
 
-TEST(BuildAssetFromFile, SecondAudioStreamAndSilentVideo)
-{
-    const QString twoAudio = testmedia::path("two_audio.mp4");
-    const Asset both = buildAsset(twoAudio, "two_audio.mp4", probeMedia(twoAudio), false);
-    EXPECT_TRUE(both.hasAudio);
-    EXPECT_EQ(both.sampleRate, 22050);
-    EXPECT_EQ(both.channels, 1);
-
-    const QString silent = testmedia::path("silent.mp4");
-    const Asset quiet = buildAsset(silent, "silent.mp4", probeMedia(silent), false);
-    EXPECT_EQ(quiet.kind, AssetKind::video);
-    EXPECT_FALSE(quiet.hasAudio);
-    EXPECT_TRUE(quiet.hasAudioKnown);
-    EXPECT_EQ(quiet.sampleRate, 0);
-    EXPECT_TRUE(quiet.codecName.contains("H.264"));
-}
-
-TEST(BuildAssetFromFile, ImageRecordsTakeTheReaderSizeEvenWhenThereIsNone)
-{
+    // Images take the reader's size, even when there is none; an unreadable one gets no poster.
     const QString still = testmedia::path("still.png");
     const Asset picture = buildImageAsset(still, "still.png");
-    EXPECT_EQ(picture.kind, AssetKind::image);
     EXPECT_EQ(QSize(picture.width, picture.height), QSize(640, 360));
-    EXPECT_FALSE(picture.hasAudio);
-    EXPECT_TRUE(picture.hasAudioKnown);
+    EXPECT_TRUE(picture.hasAudioKnown && !picture.hasAudio);
     EXPECT_EQ(picture.thumbnailPath, posterPath(still));
     EXPECT_EQ(picture.filmstripPath, picture.thumbnailPath);
-
     const Asset fake = buildImageAsset(testmedia::path("fake.png"), "fake.png");
     EXPECT_EQ(fake.kind, AssetKind::image);
     EXPECT_EQ(QSize(fake.width, fake.height), QSize(0, 0));
-    EXPECT_TRUE(fake.thumbnailPath.isEmpty());
-    EXPECT_TRUE(fake.filmstripPath.isEmpty());
+    EXPECT_TRUE(fake.thumbnailPath.isEmpty() && fake.filmstripPath.isEmpty());
+}
+
+TEST(BuildAssetFromFile, SecondAudioStreamWinsAndSilentVideoKnowsItHasNoAudio)
+{
+    const QString twoAudio = testmedia::path("two_audio.mp4");
+    const Asset both = buildAsset(twoAudio, "two_audio.mp4", probeMedia(twoAudio), false);
+    EXPECT_EQ(std::tuple(both.hasAudio, both.sampleRate, both.channels), std::tuple(true, 22050, 1));
+    const QString silent = testmedia::path("silent.mp4");
+    const Asset quiet = buildAsset(silent, "silent.mp4", probeMedia(silent), false);
+    EXPECT_EQ(quiet.kind, AssetKind::video);
+    EXPECT_TRUE(quiet.hasAudioKnown && !quiet.hasAudio);
+    EXPECT_TRUE(quiet.codecName.contains("H.264"));
 }
