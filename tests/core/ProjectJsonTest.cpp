@@ -44,6 +44,24 @@ void collectUnchangedKeys(const QJsonObject &fixture, const QJsonObject &default
     }
 }
 
+// Reports every value of `text` that `written` does not repeat; arrays may have grown.
+void collectChangedValues(const QJsonValue &text, const QJsonValue &written, const QString &where,
+                          QStringList &changed)
+{
+    if (text.isObject()) {
+        const QJsonObject object = text.toObject();
+        for (auto it = object.constBegin(); it != object.constEnd(); ++it)
+            collectChangedValues(it.value(), written.toObject().value(it.key()), where + '.' + it.key(),
+                                 changed);
+    } else if (text.isArray()) {
+        const QJsonArray array = text.toArray();
+        for (qsizetype i = 0; i < array.size(); ++i)
+            collectChangedValues(array[i], written.toArray().at(i), where + QString("[%1]").arg(i), changed);
+    } else if (text != written) {
+        changed.append(where);
+    }
+}
+
 QJsonObject firstClipJson(const QJsonObject &project)
 {
     return project["tracks"].toArray()[0].toObject()["clips"].toArray()[0].toObject();
@@ -65,7 +83,13 @@ TEST(ProjectJsonRoundTrip, WriteReadWriteIsByteIdentical)
     EXPECT_TRUE(error.isEmpty());
     EXPECT_EQ(indentedBytes(projectToJson(read)), first);
 
-    // The fixture itself comes from text, so pin a few of its values to what they must mean.
+    // The fixture itself comes from text: written back, every value of the text must reappear
+    // (a key read into the wrong field would otherwise survive the round trip), and a few pinned
+    // values must mean what they say.
+    QStringList changed;
+    collectChangedValues(QJsonDocument::fromJson(kFullProjectText).object(), projectToJson(original),
+                         "project", changed);
+    EXPECT_EQ(changed, QStringList{});
     EXPECT_EQ(original.createdAt, QDateTime(QDate(2025, 3, 4), QTime(5, 6, 7), Qt::UTC));
     EXPECT_EQ(original.tracks[0].clips[0].textStyle.color, QColor(10, 20, 30, 200));
     EXPECT_EQ(original.tracks[0].clips[0].textStyle.align, TextAlign::right);

@@ -73,6 +73,7 @@ TEST(BuildAssetFromProbe, KindFollowsStreamsAndLastStreamOfEachTypeWins)
                                        stream(MediaStreamKind::audio, 48000, 2, "aac"), second,
                                        stream(MediaStreamKind::audio, 22050, 1, "mp3")});
     EXPECT_EQ(clip.kind, AssetKind::video);
+    EXPECT_EQ(clip.path, "/m/clip.mov");
     EXPECT_EQ(clip.name, "clip.mov");
     EXPECT_TRUE(clip.id.isEmpty());
     EXPECT_EQ(clip.durationUs, 90500000);
@@ -92,6 +93,7 @@ TEST(BuildAssetFromProbe, KindFollowsStreamsAndLastStreamOfEachTypeWins)
         assetFromProbe("/m/song.mp3", 3000000, {stream(MediaStreamKind::audio, 44100, 2, "MP3"), cover});
     EXPECT_EQ(song.kind, AssetKind::audio);
     EXPECT_EQ(song.codecName, "MP3");
+    EXPECT_TRUE(song.hasAudio);
     EXPECT_EQ(song.width, 0);
 
     const Asset picture =

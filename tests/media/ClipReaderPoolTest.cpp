@@ -79,15 +79,19 @@ TEST_F(ClipReaderPoolTest, MissingFileStaysDarkAndIsNeverReopened)
     EXPECT_EQ(pool.workerCount(), 2);
 }
 
-TEST_F(ClipReaderPoolTest, ReadersMadeAheadAnswerTheBlockingCallFromCache)
+TEST_F(ClipReaderPoolTest, RequestedFramesAnswerTheBlockingCallFromCache)
 {
     pool.requestFrames({FrameRequest{video, 90 * kFrameUs, 0, 0}, FrameRequest{QString(), 0, 0, 0}});
     EXPECT_EQ(pool.workerCount(), 1);
     EXPECT_EQ(patternIndex(pool.decodeVideoNv12(video, 90 * kFrameUs, 0, 0)), 90);
     EXPECT_EQ(countersOf(pool.videoWorker(video)).seeks, 1);
+}
 
+TEST_F(ClipReaderPoolTest, EnsureReadersMakesBothRoles)
+{
     const QString audio = testmedia::path("ramp.wav");
     pool.ensureReaders({video, QString()}, {video, audio});
+    EXPECT_NE(pool.videoWorker(video), nullptr);
     EXPECT_NE(pool.audioWorker(audio), nullptr);
     EXPECT_EQ(pool.videoWorker(audio), nullptr);
     EXPECT_EQ(pool.workerCount(), 3);
