@@ -95,19 +95,10 @@ TEST(ProjectJsonRoundTrip, WriteReadWriteIsByteIdentical)
     EXPECT_EQ(original.tracks[0].clips[0].textStyle.align, TextAlign::right);
     EXPECT_EQ(original.tracks[0].clips[0].shapeStyle.kind, 21);
     EXPECT_TRUE(original.asset("asset-b")->hasAudioKnown);
-    EXPECT_EQ(read.createdAt, original.createdAt);
-    EXPECT_EQ(read.modifiedAt, original.modifiedAt);
-    EXPECT_EQ(read.assetOrder, original.assetOrder);
-    ASSERT_EQ(read.tracks.size(), 2);
+    // Equal bytes prove every written field; the speed tables are not written but rebuilt on read.
     const Clip &clip = read.tracks[0].clips[0];
-    EXPECT_EQ(clip.textStyle.color, original.tracks[0].clips[0].textStyle.color);
-    EXPECT_EQ(clip.mask.points, original.tracks[0].clips[0].mask.points);
-    EXPECT_EQ(clip.volume.keyframes.size(), 3);
-    EXPECT_FALSE(clip.volume.enabled);
-    EXPECT_EQ(clip.effects[0].parameters.value("mode").toString(), "soft");
-    ASSERT_EQ(clip.speedCurve.speedTable.size(), kSpeedTableCells + 1); // tables rebuilt on read
+    ASSERT_EQ(clip.speedCurve.speedTable.size(), kSpeedTableCells + 1);
     EXPECT_EQ(clip.speedCurve.timeTable, original.tracks[0].clips[0].speedCurve.timeTable);
-    EXPECT_EQ(read.bookmarks[0].label, "intro"); // bookmarks keep their order, unsorted
 }
 
 TEST(ProjectJsonRoundTrip, FixtureMovesEveryWrittenKeyAwayFromItsDefault)

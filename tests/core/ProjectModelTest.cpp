@@ -177,15 +177,3 @@ TEST(ProjectModel, CopyTimingKeepsPartnersInStepAndNothingElse)
     EXPECT_EQ(timing(to), timing(from));
     EXPECT_EQ(to.name, "target");
 }
-
-TEST(ProjectModel, CopiesShareStorageUntilWritten)
-{
-    Project project;
-    for (int i = 0; i < 100; ++i)
-        project.tracks[0].clips.append(makeClip(i * 1000000, 1000000));
-    const Project copy = project;
-    EXPECT_TRUE(copy.tracks.isSharedWith(project.tracks));
-    project.tracks[0].clips[3].timelineStartUs = 42;
-    EXPECT_FALSE(copy.tracks.isSharedWith(project.tracks));
-    EXPECT_EQ(copy.tracks[0].clips[3].timelineStartUs, 3000000);
-}
