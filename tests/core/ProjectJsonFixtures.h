@@ -108,6 +108,11 @@ inline Project fullProject()
     return p;
 }
 
+inline Project readText(const char *text)
+{
+    return projectFromJson(QJsonDocument::fromJson(QByteArray(text)).object());
+}
+
 inline QByteArray indentedBytes(const QJsonObject &json)
 {
     return QJsonDocument(json).toJson(QJsonDocument::Indented);

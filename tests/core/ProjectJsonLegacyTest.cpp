@@ -16,11 +16,6 @@ using namespace orvel::testfixtures;
 
 namespace {
 
-Project readLegacyText(const char *text)
-{
-    return projectFromJson(QJsonDocument::fromJson(QByteArray(text)).object());
-}
-
 // Rebuilds a JSON tree with every scalar passed through `leaf`, which may drop it by answering
 // undefined (an array keeps the place as an empty object, so that indices still line up).
 // "parameters" objects hold values of any type and are copied as they are when asked.
@@ -92,7 +87,7 @@ QByteArray stableBytes(const Project &project)
 
 TEST(ProjectJsonLegacy, Version1DocumentUsesTheOldForms)
 {
-    const Project p = readLegacyText(R"({"projectName": "Old", "assets": [
+    const Project p = readText(R"({"projectName": "Old", "assets": [
           {"name": "a.mp4", "kind": "video", "duration": "00:04", "durationSeconds": 4.0000009,
            "path": "/m/a.mp4", "thumbnailPath": "/t/a.png", "filmstripPath": "/f/a.png", "id": "ignored"},
           {"name": "b.wav", "kind": "audio", "durationSeconds": 2.5}],
@@ -145,18 +140,18 @@ TEST(ProjectJsonLegacy, Version2KeepsModernKeysAndVersion1IsOnlyBelowTwo)
     for (const char *version : {"2", "3", "99", "2.5"}) {
         const QByteArray text = QByteArray(R"({"version": )") + version + R"(, "tracks": [{"clips": [)" +
                                 clip + "]}], \"bookmarks\": [{\"timeUs\": 5, \"seconds\": 1}]}";
-        const Project p = readLegacyText(text.constData());
+        const Project p = readText(text.constData());
         EXPECT_EQ(p.tracks[0].clips[0].timelineStartUs, 3000000) << version;
         EXPECT_EQ(p.tracks[0].clips[0].id, "keep") << version;
         EXPECT_EQ(p.bookmarks[0].timeUs, 5) << version;
     }
-    const Project old = readLegacyText(R"({"version": 1.9, "tracks": [{"clips": [{"start": 2}]}]})");
+    const Project old = readText(R"({"version": 1.9, "tracks": [{"clips": [{"start": 2}]}]})");
     EXPECT_EQ(old.tracks[0].clips[0].timelineStartUs, 2000000);
 }
 
 TEST(ProjectJsonLegacy, NormalisedTransformBecomesCanvasPixels)
 {
-    const Project p = readLegacyText(R"({"version": 2, "width": 1280, "height": 720, "tracks": [{"clips": [
+    const Project p = readText(R"({"version": 2, "width": 1280, "height": 720, "tracks": [{"clips": [
         {"scale": {"keyframes": [{"timeUs": 0, "value": 0.5}, {"timeUs": 1000000, "value": 2}]},
          "posX": {"keyframes": [{"timeUs": -1000000, "value": 0}, {"timeUs": 1000000, "value": 1}]},
          "posY": {"keyframes": [{"timeUs": 500000, "value": 0.25}], "enabled": false},
@@ -182,8 +177,7 @@ TEST(ProjectJsonLegacy, NormalisedTransformBecomesCanvasPixels)
     EXPECT_FALSE(written.contains("posY"));
 
     // A degenerate canvas still gives a non-zero box.
-    const Project tiny =
-        readLegacyText(R"({"version": 3, "width": 0, "height": -4, "tracks": [{"clips": [{}]}]})");
+    const Project tiny = readText(R"({"version": 3, "width": 0, "height": -4, "tracks": [{"clips": [{}]}]})");
     EXPECT_EQ(valueAt(tiny.tracks[0].clips[0].width, 0), 1.0);
     EXPECT_EQ(valueAt(tiny.tracks[0].clips[0].height, 0), 1.0);
     EXPECT_EQ(valueAt(tiny.tracks[0].clips[0].x, 0), 0.0);
