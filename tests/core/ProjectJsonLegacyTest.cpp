@@ -58,10 +58,8 @@ QJsonObject mangleScalars(const QJsonObject &object)
 // The same document with every scalar removed: what the mangled one must read as.
 QJsonObject stripScalars(const QJsonObject &object)
 {
-    return rebuild(
-               object, [](const QString &, const QJsonValue &) { return QJsonValue(QJsonValue::Undefined); },
-               true)
-        .toObject();
+    const Leaf drop = [](const QString &, const QJsonValue &) { return QJsonValue(QJsonValue::Undefined); };
+    return rebuild(object, drop, true).toObject();
 }
 
 // Replaces every number by the given one, wherever it is.

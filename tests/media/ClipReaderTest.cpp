@@ -122,13 +122,14 @@ TEST_F(ClipReaderVideo, PrefetchFillsReadAheadThenStops)
 {
     ASSERT_EQ(nv12At(10 * kFrameUs), 10);
     const TimeUs readAhead = 10 * kFrameUs;
-    for (int steps = 0; reader.prefetchNextVideoNv12(0, 0, readAhead) && steps < 100; ++steps) {
-    }
+    int steps = 0;
+    while (steps < 100 && reader.prefetchNextVideoNv12(0, 0, readAhead))
+        ++steps;
     EXPECT_EQ(reader.playheadAnchorUs, 10 * kFrameUs); // prefetch never moves the anchor
     const int decoded = reader.counters.framesDecoded;
     for (int i = 11; i < 20; ++i)
         EXPECT_TRUE(reader.nv12Cache.contains(i * kFrameUs, reader.toleranceUs())) << i;
-    EXPECT_FALSE(reader.prefetchNextVideoNv12(0, 0, readAhead));
+    EXPECT_FALSE(reader.prefetchNextVideoNv12(0, 0, readAhead)); // the read-ahead is full
     EXPECT_EQ(nv12At(15 * kFrameUs), 15);
     EXPECT_EQ(reader.counters.framesDecoded, decoded);
 }
