@@ -18,22 +18,18 @@ Nv12Frame grayFrame(int width, int height)
 
 TEST(DecodeRules, OutputSizeStepsInEighthsAndNeverUpscales)
 {
-    struct Case
-    {
-        int width, height, maxWidth, maxHeight;
-        QSize expected;
-    };
-    const Case cases[] = {{1920, 1080, 600, 1000, {720, 404}}, // s = 0.3125 rounds up to 3/8
-                          {1920, 1080, 960, 540, {960, 540}},
-                          {1920, 1080, 1900, 1080, {1920, 1080}}, // just under full size stays at full size
-                          {1920, 1080, 4000, 4000, {1920, 1080}},
-                          {1920, 1080, 0, 540, {1920, 1080}}, // a missing limit means the stream's own size
-                          {101, 51, 1, 1, {12, 6}},           // odd results lose their lowest bit
-                          {10, 6, 1, 1, {2, 2}},              // tiny limits keep at least 2 pixels
-                          {0, 0, 320, 0, {320, 1}}};
-    for (const Case &c : cases)
-        EXPECT_EQ(decodeOutputSize(c.width, c.height, c.maxWidth, c.maxHeight), c.expected)
-            << c.width << "x" << c.height << " into " << c.maxWidth << "x" << c.maxHeight;
+    // s = 0.3125 rounds up to 3/8.
+    EXPECT_EQ(decodeOutputSize(1920, 1080, 600, 1000), QSize(720, 404));
+    EXPECT_EQ(decodeOutputSize(1920, 1080, 960, 540), QSize(960, 540));
+    // Just under full size stays at full size.
+    EXPECT_EQ(decodeOutputSize(1920, 1080, 1900, 1080), QSize(1920, 1080));
+    EXPECT_EQ(decodeOutputSize(1920, 1080, 4000, 4000), QSize(1920, 1080));
+    // A missing limit means the stream's own size.
+    EXPECT_EQ(decodeOutputSize(1920, 1080, 0, 540), QSize(1920, 1080));
+    // Tiny limits keep at least 2 pixels, and odd results lose their lowest bit.
+    EXPECT_EQ(decodeOutputSize(101, 51, 1, 1), QSize(12, 6));
+    EXPECT_EQ(decodeOutputSize(10, 6, 1, 1), QSize(2, 2));
+    EXPECT_EQ(decodeOutputSize(0, 0, 320, 0), QSize(320, 1));
 }
 
 TEST(DecodeRules, ToleranceDecodeThroughAndAudioContinuationWindows)

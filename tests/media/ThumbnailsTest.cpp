@@ -16,21 +16,16 @@ using namespace orvel;
 
 TEST(VideoPosterSize, FitsTheSarCorrectedSizeIntoTheBoxWithoutEnlarging)
 {
-    struct Case
-    {
-        int width, height, sarNum, sarDen;
-        QSize expected;
-    };
-    const Case cases[] = {
-        {1920, 1080, 1, 1, {320, 180}}, {1080, 1920, 0, 1, {180, 320}},
-        {160, 90, 0, 0, {160, 90}},     {720, 576, 16, 15, {320, 240}},
-        {160, 90, 2, 1, {320, 90}},     {100, 100, -1, 1, {100, 100}}, // invalid ratio ignored
-        {3000, 4, 1, 1, {320, 2}},                                     // never thinner than 2
-        {1, 1, 1, 1, {2, 2}},           {0, 1080, 1, 1, {320, 180}},
-        {1920, 0, 1, 1, {320, 180}}};
-    for (const Case &c : cases)
-        EXPECT_EQ(videoPosterSize(c.width, c.height, c.sarNum, c.sarDen), c.expected)
-            << c.width << "x" << c.height << " sar " << c.sarNum << ":" << c.sarDen;
+    EXPECT_EQ(videoPosterSize(1920, 1080, 1, 1), QSize(320, 180));
+    EXPECT_EQ(videoPosterSize(1080, 1920, 0, 1), QSize(180, 320));
+    EXPECT_EQ(videoPosterSize(160, 90, 0, 0), QSize(160, 90));
+    EXPECT_EQ(videoPosterSize(720, 576, 16, 15), QSize(320, 240));
+    EXPECT_EQ(videoPosterSize(160, 90, 2, 1), QSize(320, 90));
+    EXPECT_EQ(videoPosterSize(100, 100, -1, 1), QSize(100, 100)); // invalid ratio ignored
+    EXPECT_EQ(videoPosterSize(3000, 4, 1, 1), QSize(320, 2));     // never thinner than 2
+    EXPECT_EQ(videoPosterSize(1, 1, 1, 1), QSize(2, 2));
+    EXPECT_EQ(videoPosterSize(0, 1080, 1, 1), QSize(320, 180));
+    EXPECT_EQ(videoPosterSize(1920, 0, 1, 1), QSize(320, 180));
 }
 
 TEST(Thumbnails, NamesHashTheAbsolutePathAndCarryTheFormatVersion)
