@@ -17,11 +17,8 @@ namespace {
 
 QByteArray projectWithClipEndingAt(double endUs, const QJsonObject &extra = {})
 {
-    QJsonObject clip{{"type", "video"},
-                     {"timelineStartUs", 0.0},
-                     {"timelineDurationUs", endUs},
-                     {"srcInUs", 0.0},
-                     {"srcOutUs", endUs}};
+    QJsonObject clip{{"type", "video"}, {"timelineStartUs", 0.0}, {"timelineDurationUs", endUs},
+                     {"srcInUs", 0.0}, {"srcOutUs", endUs}};
     QJsonObject track{{"type", "video"}, {"clips", QJsonArray{clip}}};
     QJsonObject root{{"version", 3}, {"projectName", "Loaded"}, {"tracks", QJsonArray{track}}};
     for (auto it = extra.begin(); it != extra.end(); ++it)
@@ -52,8 +49,9 @@ TEST(ControllerDocument, PlayheadSnapAndRippleAreReadWithTheirRules)
     AppController controller(&library);
     QSignalSpy tracks(&controller, &AppController::tracksChanged);
 
-    ASSERT_TRUE(controller.loadProjectJson(projectWithClipEndingAt(
-        4000000, {{"playheadUs", 2500000.0}, {"snapEnabled", false}, {"rippleEnabled", true}})));
+    ASSERT_TRUE(controller.loadProjectJson(projectWithClipEndingAt(4000000, {{"playheadUs", 2500000.0},
+                                                                              {"snapEnabled", false},
+                                                                              {"rippleEnabled", true}})));
     EXPECT_EQ(controller.project().name, QStringLiteral("Loaded"));
     EXPECT_EQ(controller.playheadUs(), 2500000);
     EXPECT_FALSE(controller.snapEnabled());
@@ -84,8 +82,8 @@ TEST(ControllerDocument, SaveAddsControllerKeysAndRoundTrips)
 {
     AssetLibrary library;
     AppController controller(&library);
-    ASSERT_TRUE(controller.loadProjectJson(
-        projectWithClipEndingAt(6000000, {{"playheadUs", 1500000.0}, {"rippleEnabled", true}})));
+    ASSERT_TRUE(controller.loadProjectJson(projectWithClipEndingAt(6000000, {{"playheadUs", 1500000.0},
+                                                                              {"rippleEnabled", true}})));
     const QByteArray saved = controller.projectJson();
     const QJsonObject root = QJsonDocument::fromJson(saved).object();
     EXPECT_EQ(root.value("version").toInt(), 3);
@@ -126,8 +124,7 @@ TEST(ControllerDocument, ImageUrlsArePercentEncodedWithStripQuery)
 {
     AssetLibrary library;
     AppController controller(&library);
-    EXPECT_EQ(controller.imageUrl(QStringLiteral("/tmp/a b?.png")),
-              QStringLiteral("image://orvel/%2Ftmp%2Fa%20b%3F.png"));
+    EXPECT_EQ(controller.imageUrl(QStringLiteral("/tmp/a b?.png")), QStringLiteral("image://orvel/%2Ftmp%2Fa%20b%3F.png"));
     EXPECT_EQ(controller.filmstripFrameUrl(QStringLiteral("/s.jpg"), 3, 8),
               QStringLiteral("image://orvel/%2Fs.jpg?frame=3&count=8"));
 }
@@ -155,12 +152,11 @@ TEST(Recovery, SnapshotIsWrittenThroughATemporaryAndReadBack)
 TEST(Recovery, ControllerOffersASnapshotFoundAtStart)
 {
     const QString path = orvel::autosaveFilePath();
-    ASSERT_TRUE(orvel::writeAutosaveSnapshot(
-        path, QJsonObject{{"version", 3}}, {QString(), QStringLiteral("Lost work"), QStringLiteral("now")}));
+    ASSERT_TRUE(orvel::writeAutosaveSnapshot(path, QJsonObject{{"version", 3}},
+                                             {QString(), QStringLiteral("Lost work"), QStringLiteral("now")}));
     AssetLibrary library;
     AppController controller(&library);
     EXPECT_TRUE(controller.recoveryAvailable());
-    EXPECT_EQ(controller.recoveryInfo().value(QStringLiteral("projectName")).toString(),
-              QStringLiteral("Lost work"));
+    EXPECT_EQ(controller.recoveryInfo().value(QStringLiteral("projectName")).toString(), QStringLiteral("Lost work"));
     QFile::remove(path);
 }

@@ -18,8 +18,8 @@ bool makeVideo(const QString &path)
 {
     QProcess ffmpeg;
     ffmpeg.start(QStringLiteral("ffmpeg"),
-                 {"-v", "error", "-y", "-f", "lavfi", "-i", "testsrc2=size=160x90:rate=25:duration=2",
-                  "-pix_fmt", "yuv420p", "-c:v", "libx264", "-g", "25", path});
+                 {"-v", "error", "-y", "-f", "lavfi", "-i", "testsrc2=size=160x90:rate=25:duration=2", "-pix_fmt",
+                  "yuv420p", "-c:v", "libx264", "-g", "25", path});
     return ffmpeg.waitForFinished(60000) && ffmpeg.exitCode() == 0;
 }
 
