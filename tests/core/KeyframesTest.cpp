@@ -115,14 +115,12 @@ TEST(KeyframeEvaluation, CurvedSegmentsMatchADenseSampledBezier)
     }
 }
 
-TEST(KeyframeEvaluation, TimeHandlesAreClampedAtEvaluationButStoredAsGiven)
+TEST(KeyframeEvaluation, TimeHandlesAreClampedAtEvaluationValueHandlesAreNot)
 {
     const CurvedSegment clamped = curvedSegment(2500000, 20, -4000000, -5);
     const CurvedSegment atLimit = curvedSegment(1000000, 20, -1000000, -5);
     for (TimeUs t = 1000000; t <= 2000000; t += 50000)
         EXPECT_DOUBLE_EQ(valueAt(clamped.property, t), valueAt(atLimit.property, t)) << t;
-    EXPECT_EQ(clamped.property.keyframes[1000000].outDx, 2500000.0);
-    EXPECT_EQ(clamped.property.keyframes[2000000].inDx, -4000000.0);
 
     // Value handles are not clamped: the curve may leave the keys' range.
     const CurvedSegment overshoot = curvedSegment(300000, 200, -300000, 0);
