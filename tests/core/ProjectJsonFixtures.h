@@ -1,13 +1,15 @@
 #pragma once
 
 #include "core/document/Project.h"
+#include "core/document/ProjectJson.h"
 
 #include <QDateTime>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 // A project in which every field differs from its default, so that a write-read-write cycle
-// exercises every key of the format.
+// exercises every key of the format. Most of it is read from its file form: a key the reader
+// missed would stay at its default, which the round-trip tests reject.
 namespace orvel::testfixtures {
 
 inline AnimatedProperty curvedProperty(double base)
@@ -20,95 +22,61 @@ inline AnimatedProperty curvedProperty(double base)
     return property;
 }
 
-inline TextStyle fullTextStyle()
-{
-    TextStyle s;
-    s.packId = "pack.neon";
-    s.fontFamily = "DejaVu Sans";
-    s.pixelSize = 72;
-    s.fontWeight = 300;
-    s.italic = true;
-    s.color = QColor(10, 20, 30, 200);
-    s.align = TextAlign::right;
-    s.valign = TextVAlign::bottom;
-    s.wordWrap = false;
-    s.lineHeight = 1.5;
-    s.letterSpacing = 2.25;
-    s.outlineWidth = 3.0;
-    s.outlineColor = QColor(1, 2, 3);
-    s.shadowEnabled = true;
-    s.shadowOffsetX = -2.0;
-    s.shadowOffsetY = 5.5;
-    s.shadowBlur = 3.0;
-    s.shadowOpacity = 0.25;
-    s.shadowColor = QColor(40, 50, 60, 70);
-    s.glowEnabled = true;
-    s.glowColor = QColor(80, 90, 100);
-    s.glowRadius = 9.0;
-    s.glowOpacity = 0.4;
-    s.boxEnabled = true;
-    s.boxColor = QColor(11, 12, 13, 14);
-    s.boxPadding = 2.0;
-    s.boxRadius = 6.5;
-    s.wordHighlight = TextHighlightBox{true, QColor(5, 6, 7), 1.0, 2.0};
-    s.underlineEnabled = true;
-    s.underlineColor = QColor(9, 8, 7);
-    s.underlineWidth = 1.5;
-    s.underlineOffset = -1.0;
-    s.accent.rule = TextAccentRule::karaoke;
-    s.accent.n = 3;
-    s.accent.phase = 1;
-    s.accent.colorEnabled = true;
-    s.accent.color = QColor(100, 110, 120);
-    s.accent.sizeScale = 1.25;
-    s.accent.outlineEnabled = true;
-    s.accent.outlineWidth = 2.0;
-    s.accent.outlineColor = QColor(33, 44, 55);
-    s.accent.highlight = TextHighlightBox{true, QColor(66, 77, 88, 99), 3.0, 1.0};
-    s.animIn = TextAnimation{TextAnimKind::typewriter, 250000, TextAnimEase::back,
-                             TextAnimUnit::character,  30000,  TextAnimOrder::random};
-    s.animOut = TextAnimation{TextAnimKind::wave, 800000, TextAnimEase::linear,
-                              TextAnimUnit::line, 90000,  TextAnimOrder::centerOut};
-    return s;
-}
-
-inline ShapeStyle fullShapeStyle()
-{
-    ShapeStyle s;
-    s.kind = 21;
-    s.fillKind = ShapeFillKind::radial;
-    s.fill = QColor(1, 1, 1, 1);
-    s.fillSecondary = QColor(2, 2, 2, 2);
-    s.gradientAngle = 45.0;
-    s.stroke = QColor(3, 3, 3);
-    s.strokeWidth = 1.0;
-    s.strokeStyle = ShapeStrokeStyle::dashdot;
-    s.cornerRadius = 12.0;
-    s.points = 7;
-    s.innerRatio = 0.3;
-    s.headSize = 0.6;
-    s.thickness = 0.2;
-    s.tailX = 0.7;
-    s.tailSize = 0.1;
-    return s;
-}
-
-inline ClipMask fullMask()
-{
-    ClipMask m;
-    m.shape = MaskShape::freeform;
-    m.x = 0.25;
-    m.y = 0.75;
-    m.w = 0.5;
-    m.h = 0.4;
-    m.rotation = -30.0;
-    m.feather = 12.0;
-    m.invert = true;
-    m.points = {QPointF(0.1, 0.2), QPointF(0.9, 0.25), QPointF(0.5, 0.875)};
-    m.mattePath = "/media/matte.mkv";
-    m.matteSrcOffsetUs = 2500000;
-    return m;
-}
+// Every record except the animated properties, written as the file holds it: two assets, one
+// subtitle track with one clip (copied below) and a transition, bookmarks out of order.
+inline constexpr char kFullProjectText[] = R"({"version": 3, "projectName": "Holiday cut",
+ "id": "9c8b7a6d-1111-4222-8333-444455556666", "author": "Ana", "description": "First pass",
+ "createdAt": "2025-03-04T05:06:07Z", "modifiedAt": "2025-03-05T08:09:10Z",
+ "fps": 25, "width": 1280, "height": 720, "sampleRate": 44100,
+ "background": {"kind": "blur", "color": "#32141e28", "blurStrength": 35},
+ "bookmarks": [{"timeUs": 3000000, "label": "intro"}, {"timeUs": 1000000, "label": "before"}],
+ "assets": [
+  {"id": "asset-a", "name": "asset-a.mov", "kind": "video", "durationUs": 9000000, "duration": "00:09",
+   "path": "/media/asset-a.mov", "width": 3840, "height": 2160, "fps": 29.97, "rotationDegrees": 90,
+   "sampleRate": 44100, "channels": 2, "codecName": "h264", "hasAudio": true,
+   "thumbnailPath": "/cache/asset-a.png", "filmstripPath": "/cache/asset-a-strip.png"},
+  {"id": "asset-b", "name": "asset-b.mov", "kind": "video", "durationUs": 9000000, "duration": "00:09",
+   "path": "/media/asset-b.mov", "width": 3840, "height": 2160, "fps": 29.97, "rotationDegrees": 90,
+   "sampleRate": 44100, "channels": 2, "codecName": "h264", "hasAudio": true,
+   "thumbnailPath": "/cache/asset-b.png", "filmstripPath": "/cache/asset-b-strip.png"}],
+ "tracks": [{"type": "subtitle", "muted": true, "hidden": true, "locked": true, "showWaveform": true,
+  "heightScale": 2.5,
+  "transitions": [{"id": "trans-1", "fromClipId": "3f2a7d4e-0000-4000-8000-000000000001",
+   "toClipId": "3f2a7d4e-0000-4000-8000-000000000002", "kind": "wipe-left", "parameters": {"softness": 0.3},
+   "durationUs": 750000}],
+  "clips": [{"id": "3f2a7d4e-0000-4000-8000-000000000001", "assetId": "asset-b", "linkId": "link-1",
+   "type": "subtitle", "suppressEmbeddedAudio": true, "timelineStartUs": 1500000,
+   "timelineDurationUs": 4200000, "srcInUs": 250000, "srcOutUs": 8650000, "name": "Interview",
+   "textContent": "Hello there", "path": "/media/b.mov", "thumbnailPath": "/cache/b.png",
+   "filmstripPath": "/cache/b-strip.png", "emoji": "\ud83d\ude00", "blendMode": "lighten", "speed": 2,
+   "reverse": true, "flipH": true, "flipV": true, "faceTrackPath": "/data/facetracks/b.json",
+   "faceTrackSrcOffsetUs": 120000, "fadeInUs": 300000, "fadeOutUs": 450000, "fadeCurve": "equalPower",
+   "subtitleCues": [{"startUs": 0, "endUs": 900000, "text": "first"},
+    {"startUs": 900000, "endUs": 1800000, "text": "second"}, {"startUs": 900000, "endUs": 2000000, "text": "third"}],
+   "speedCurve": [{"pos": 0, "speed": 1, "inDx": 0, "inDy": 0, "outDx": 0.1, "outDy": 0.5, "corner": true},
+    {"pos": 0.5, "speed": 3, "inDx": -0.2, "inDy": 0.25, "outDx": 0.1, "outDy": -0.25, "corner": false},
+    {"pos": 1, "speed": 0.5, "inDx": -0.1, "inDy": 0, "outDx": 0, "outDy": 0, "corner": true}],
+   "mask": {"shape": "freeform", "x": 0.25, "y": 0.75, "w": 0.5, "h": 0.4, "rotation": -30, "feather": 12,
+    "invert": true, "points": [[0.1, 0.2], [0.9, 0.25], [0.5, 0.875]], "mattePath": "/media/matte.mkv",
+    "matteSrcOffsetUs": 2500000},
+   "shapeStyle": {"kind": "star", "fillKind": "radial", "fill": "#01010101", "fillSecondary": "#02020202",
+    "gradientAngle": 45, "stroke": "#ff030303", "strokeWidth": 1, "strokeStyle": "dashdot", "cornerRadius": 12,
+    "points": 7, "innerRatio": 0.3, "headSize": 0.6, "thickness": 0.2, "tailX": 0.7, "tailSize": 0.1},
+   "textStyle": {"packId": "pack.neon", "fontFamily": "DejaVu Sans", "pixelSize": 72, "fontWeight": 300,
+    "italic": true, "color": "#c80a141e", "align": "right", "valign": "bottom", "wordWrap": false,
+    "lineHeight": 1.5, "letterSpacing": 2.25, "outlineWidth": 3, "outlineColor": "#ff010203",
+    "shadowEnabled": true, "shadowOffsetX": -2, "shadowOffsetY": 5.5, "shadowBlur": 3, "shadowOpacity": 0.25,
+    "shadowColor": "#4628323c", "glowEnabled": true, "glowColor": "#ff505a64", "glowRadius": 9,
+    "glowOpacity": 0.4, "boxEnabled": true, "boxColor": "#0e0b0c0d", "boxPadding": 2, "boxRadius": 6.5,
+    "wordHighlight": {"enabled": true, "color": "#ff050607", "padding": 1, "radius": 2},
+    "underlineEnabled": true, "underlineColor": "#ff090807", "underlineWidth": 1.5, "underlineOffset": -1,
+    "accent": {"rule": "karaoke", "n": 3, "phase": 1, "colorEnabled": true, "color": "#ff646e78",
+     "sizeScale": 1.25, "outlineEnabled": true, "outlineWidth": 2, "outlineColor": "#ff212c37",
+     "highlight": {"enabled": true, "color": "#63424d58", "padding": 3, "radius": 1}},
+    "animInKind": "typewriter", "animInDurationUs": 250000, "animInEase": "back", "animInUnit": "character",
+    "animInStaggerUs": 30000, "animInOrder": "random", "animOutKind": "wave", "animOutDurationUs": 800000,
+    "animOutEase": "linear", "animOutUnit": "line", "animOutStaggerUs": 90000, "animOutOrder": "centerOut"}}]},
+  {"type": "audio"}]})";
 
 inline EffectInstance fullEffect(const QString &name)
 {
@@ -120,118 +88,29 @@ inline EffectInstance fullEffect(const QString &name)
     return effect;
 }
 
-inline Clip fullClip()
-{
-    Clip c;
-    c.id = "3f2a7d4e-0000-4000-8000-000000000001";
-    c.assetId = "asset-b";
-    c.linkId = "link-1";
-    c.type = ClipType::subtitle;
-    c.suppressEmbeddedAudio = true;
-    c.timelineStartUs = 1500000;
-    c.timelineDurationUs = 4200000;
-    c.srcInUs = 250000;
-    c.srcOutUs = 8650000;
-    c.name = "Interview";
-    c.textContent = "Hello there";
-    c.textStyle = fullTextStyle();
-    c.subtitleCues = {{0, 900000, "first"}, {900000, 1800000, "second"}, {900000, 2000000, "third"}};
-    c.shapeStyle = fullShapeStyle();
-    c.path = "/media/b.mov";
-    c.thumbnailPath = "/cache/b.png";
-    c.filmstripPath = "/cache/b-strip.png";
-    c.emoji = QString::fromUtf8("\xF0\x9F\x98\x80");
-    c.blendMode = BlendMode::lighten;
-    c.speed = 2.0;
-    c.speedCurve = normaliseSpeedCurve({SpeedCurvePoint{0.0, 1.0, 0, 0, 0.1, 0.5, true},
-                                        SpeedCurvePoint{0.5, 3.0, -0.2, 0.25, 0.1, -0.25, false},
-                                        SpeedCurvePoint{1.0, 0.5, -0.1, 0, 0, 0, true}});
-    c.reverse = true;
-    c.flipH = true;
-    c.flipV = true;
-    c.mask = fullMask();
-    c.faceTrackPath = "/data/facetracks/b.json";
-    c.faceTrackSrcOffsetUs = 120000;
-    c.fadeInUs = 300000;
-    c.fadeOutUs = 450000;
-    c.fadeCurve = FadeCurve::equalPower;
-    c.opacity = curvedProperty(0.5);
-    c.x = curvedProperty(10.0);
-    c.y = curvedProperty(20.0);
-    c.width = curvedProperty(640.0);
-    c.height = curvedProperty(360.0);
-    c.rotation = curvedProperty(15.0);
-    c.volume = curvedProperty(0.8);
-    c.effects = {fullEffect("Blur"), fullEffect("Glow")};
-    c.audioEffects = {fullEffect("Echo")};
-    return c;
-}
-
-inline Asset fullAsset(const QString &id)
-{
-    Asset a;
-    a.id = id;
-    a.path = "/media/" + id + ".mov";
-    a.name = id + ".mov";
-    a.kind = AssetKind::video;
-    a.durationUs = 9000000;
-    a.width = 3840;
-    a.height = 2160;
-    a.fps = 29.97;
-    a.rotationDegrees = 90;
-    a.sampleRate = 44100;
-    a.channels = 2;
-    a.codecName = "h264";
-    a.hasAudio = true;
-    a.hasAudioKnown = true;
-    a.durationText = "00:09";
-    a.thumbnailPath = "/cache/" + id + ".png";
-    a.filmstripPath = "/cache/" + id + "-strip.png";
-    return a;
-}
-
 inline Project fullProject()
 {
-    Project p;
-    p.name = "Holiday cut";
-    p.id = "9c8b7a6d-1111-4222-8333-444455556666";
-    p.author = "Ana";
-    p.description = "First pass";
-    p.createdAt = QDateTime(QDate(2025, 3, 4), QTime(5, 6, 7), Qt::UTC);
-    p.modifiedAt = QDateTime(QDate(2025, 3, 5), QTime(8, 9, 10), Qt::UTC);
-    p.fps = 25;
-    p.width = 1280;
-    p.height = 720;
-    p.sampleRate = 44100;
-    p.insertAsset(fullAsset("asset-a"));
-    p.insertAsset(fullAsset("asset-b"));
-
-    Track track;
-    track.type = TrackType::subtitle;
-    track.muted = true;
-    track.hidden = true;
-    track.locked = true;
-    track.showWaveform = true;
-    track.heightScale = 2.5;
-    Clip second = fullClip();
+    Project p = projectFromJson(QJsonDocument::fromJson(kFullProjectText).object());
+    Clip &clip = p.tracks[0].clips[0];
+    clip.opacity = curvedProperty(0.5);
+    clip.x = curvedProperty(10.0);
+    clip.y = curvedProperty(20.0);
+    clip.width = curvedProperty(640.0);
+    clip.height = curvedProperty(360.0);
+    clip.rotation = curvedProperty(15.0);
+    clip.volume = curvedProperty(0.8);
+    clip.effects = {fullEffect("Blur"), fullEffect("Glow")};
+    clip.audioEffects = {fullEffect("Echo")};
+    Clip second = clip;
     second.id = "3f2a7d4e-0000-4000-8000-000000000002";
     second.timelineStartUs = 5700000;
-    track.clips = {fullClip(), second};
-    Transition transition;
-    transition.id = "trans-1";
-    transition.fromClipId = track.clips[0].id;
-    transition.toClipId = second.id;
-    transition.kind = "wipe-left";
-    transition.parameters = {{"softness", 0.3}};
-    transition.durationUs = 750000;
-    track.transitions = {transition};
-    Track audio;
-    audio.type = TrackType::audio;
-    p.tracks = {track, audio};
-
-    p.bookmarks = {{3000000, "intro"}, {1000000, "before"}};
-    p.background = ProjectBackground{BackgroundKind::blur, QColor(20, 30, 40, 50), 35.0};
+    p.tracks[0].clips.append(second);
     return p;
+}
+
+inline Project readText(const char *text)
+{
+    return projectFromJson(QJsonDocument::fromJson(QByteArray(text)).object());
 }
 
 inline QByteArray indentedBytes(const QJsonObject &json)

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
 using namespace orvel;
@@ -15,113 +16,76 @@ using namespace orvel::testfixtures;
 
 namespace {
 
-Project readLegacyText(const char *text)
-{
-    return projectFromJson(QJsonDocument::fromJson(QByteArray(text)).object());
-}
+// Rebuilds a JSON tree with every scalar passed through `leaf`, which may drop it by answering
+// undefined (an array keeps the place as an empty object, so that indices still line up).
+// "parameters" objects hold values of any type and are copied as they are when asked.
+using Leaf = std::function<QJsonValue(const QString &key, const QJsonValue &scalar)>;
 
-// Gives every scalar a value of another JSON type (containers are kept, so that every level of
-// the document is reached); "parameters" objects are left alone since they hold any type.
-QJsonValue mangleScalars(const QJsonValue &value);
-
-QJsonObject mangleObject(const QJsonObject &object)
+QJsonValue rebuild(const QJsonValue &value, const Leaf &leaf, bool keepParameters, const QString &key = {})
 {
-    QJsonObject result;
-    for (auto it = object.constBegin(); it != object.constEnd(); ++it)
-        result.insert(it.key(), it.key() == "parameters" ? it.value() : mangleScalars(it.value()));
-    return result;
-}
-
-QJsonValue mangleScalars(const QJsonValue &value)
-{
-    switch (value.type()) {
-    case QJsonValue::Object:
-        return mangleObject(value.toObject());
-    case QJsonValue::Array: {
-        QJsonArray result;
-        for (const QJsonValue &element : value.toArray())
-            result.append(mangleScalars(element));
+    if (value.isObject() && !(keepParameters && key == "parameters")) {
+        QJsonObject result;
+        const QJsonObject object = value.toObject();
+        for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
+            const QJsonValue rebuilt = rebuild(it.value(), leaf, keepParameters, it.key());
+            if (!rebuilt.isUndefined())
+                result.insert(it.key(), rebuilt);
+        }
         return result;
     }
-    case QJsonValue::Double:
-        return QStringLiteral("12");
-    case QJsonValue::String:
-        return 7;
-    default:
-        return QJsonValue::Null;
+    if (value.isArray()) {
+        QJsonArray result;
+        for (const QJsonValue &element : value.toArray()) {
+            const QJsonValue rebuilt = rebuild(element, leaf, keepParameters, key);
+            result.append(rebuilt.isUndefined() ? QJsonValue(QJsonObject{}) : rebuilt);
+        }
+        return result;
     }
+    return value.isObject() ? value : leaf(key, value);
+}
+
+// Every scalar as a value of another JSON type.
+QJsonObject mangleScalars(const QJsonObject &object)
+{
+    const Leaf mangle = [](const QString &, const QJsonValue &scalar) -> QJsonValue {
+        if (scalar.isDouble())
+            return QStringLiteral("12");
+        return scalar.isString() ? QJsonValue(7) : QJsonValue(QJsonValue::Null);
+    };
+    return rebuild(object, mangle, true).toObject();
 }
 
 // The same document with every scalar removed: what the mangled one must read as.
-QJsonValue stripScalars(const QJsonValue &value)
+QJsonObject stripScalars(const QJsonObject &object)
 {
-    if (value.isObject()) {
-        QJsonObject result;
-        const QJsonObject object = value.toObject();
-        for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
-            if (it.key() == "parameters" || it.value().isObject() || it.value().isArray())
-                result.insert(it.key(), it.key() == "parameters" ? it.value() : stripScalars(it.value()));
-        }
-        return result;
-    }
-    QJsonArray result;
-    for (const QJsonValue &element : value.toArray())
-        result.append(element.isObject() || element.isArray() ? stripScalars(element)
-                                                              : QJsonValue(QJsonObject{}));
-    return result;
+    const Leaf drop = [](const QString &, const QJsonValue &) { return QJsonValue(QJsonValue::Undefined); };
+    return rebuild(object, drop, true).toObject();
 }
 
 // Replaces every number by the given one, wherever it is.
-QJsonValue replaceNumbers(const QJsonValue &value, double number)
+QJsonObject replaceNumbers(const QJsonObject &object, double number)
 {
-    if (value.isDouble())
-        return number;
-    if (value.isObject()) {
-        QJsonObject result = value.toObject();
-        for (auto it = result.begin(); it != result.end(); ++it)
-            it.value() = replaceNumbers(it.value(), number);
-        return result;
-    }
-    if (value.isArray()) {
-        QJsonArray result;
-        for (const QJsonValue &element : value.toArray())
-            result.append(replaceNumbers(element, number));
-        return result;
-    }
-    return value;
+    const Leaf replace = [number](const QString &, const QJsonValue &scalar) {
+        return scalar.isDouble() ? QJsonValue(number) : scalar;
+    };
+    return rebuild(object, replace, false).toObject();
 }
 
 // Fresh ids and "now" dates differ between two reads; everything else must match.
-QJsonValue withoutVolatileKeys(const QJsonValue &value)
-{
-    if (value.isObject()) {
-        QJsonObject result;
-        const QJsonObject object = value.toObject();
-        for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
-            if (it.key() != "id" && it.key() != "createdAt" && it.key() != "modifiedAt")
-                result.insert(it.key(), withoutVolatileKeys(it.value()));
-        }
-        return result;
-    }
-    if (value.isArray()) {
-        QJsonArray result;
-        for (const QJsonValue &element : value.toArray())
-            result.append(withoutVolatileKeys(element));
-        return result;
-    }
-    return value;
-}
-
 QByteArray stableBytes(const Project &project)
 {
-    return QJsonDocument(withoutVolatileKeys(projectToJson(project)).toObject()).toJson();
+    const Leaf dropVolatile = [](const QString &key, const QJsonValue &scalar) {
+        const bool fresh = key == "id" || key == "createdAt" || key == "modifiedAt";
+        return fresh ? QJsonValue(QJsonValue::Undefined) : scalar;
+    };
+    return QJsonDocument(rebuild(projectToJson(project), dropVolatile, false).toObject()).toJson();
 }
 
 } // namespace
 
 TEST(ProjectJsonLegacy, Version1DocumentUsesTheOldForms)
 {
-    const Project p = readLegacyText(R"({"projectName": "Old", "assets": [
+    const Project p = readText(R"({"projectName": "Old", "assets": [
           {"name": "a.mp4", "kind": "video", "duration": "00:04", "durationSeconds": 4.0000009,
            "path": "/m/a.mp4", "thumbnailPath": "/t/a.png", "filmstripPath": "/f/a.png", "id": "ignored"},
           {"name": "b.wav", "kind": "audio", "durationSeconds": 2.5}],
@@ -174,18 +138,18 @@ TEST(ProjectJsonLegacy, Version2KeepsModernKeysAndVersion1IsOnlyBelowTwo)
     for (const char *version : {"2", "3", "99", "2.5"}) {
         const QByteArray text = QByteArray(R"({"version": )") + version + R"(, "tracks": [{"clips": [)" +
                                 clip + "]}], \"bookmarks\": [{\"timeUs\": 5, \"seconds\": 1}]}";
-        const Project p = readLegacyText(text.constData());
+        const Project p = readText(text.constData());
         EXPECT_EQ(p.tracks[0].clips[0].timelineStartUs, 3000000) << version;
         EXPECT_EQ(p.tracks[0].clips[0].id, "keep") << version;
         EXPECT_EQ(p.bookmarks[0].timeUs, 5) << version;
     }
-    const Project old = readLegacyText(R"({"version": 1.9, "tracks": [{"clips": [{"start": 2}]}]})");
+    const Project old = readText(R"({"version": 1.9, "tracks": [{"clips": [{"start": 2}]}]})");
     EXPECT_EQ(old.tracks[0].clips[0].timelineStartUs, 2000000);
 }
 
 TEST(ProjectJsonLegacy, NormalisedTransformBecomesCanvasPixels)
 {
-    const Project p = readLegacyText(R"({"version": 2, "width": 1280, "height": 720, "tracks": [{"clips": [
+    const Project p = readText(R"({"version": 2, "width": 1280, "height": 720, "tracks": [{"clips": [
         {"scale": {"keyframes": [{"timeUs": 0, "value": 0.5}, {"timeUs": 1000000, "value": 2}]},
          "posX": {"keyframes": [{"timeUs": -1000000, "value": 0}, {"timeUs": 1000000, "value": 1}]},
          "posY": {"keyframes": [{"timeUs": 500000, "value": 0.25}], "enabled": false},
@@ -211,8 +175,7 @@ TEST(ProjectJsonLegacy, NormalisedTransformBecomesCanvasPixels)
     EXPECT_FALSE(written.contains("posY"));
 
     // A degenerate canvas still gives a non-zero box.
-    const Project tiny =
-        readLegacyText(R"({"version": 3, "width": 0, "height": -4, "tracks": [{"clips": [{}]}]})");
+    const Project tiny = readText(R"({"version": 3, "width": 0, "height": -4, "tracks": [{"clips": [{}]}]})");
     EXPECT_EQ(valueAt(tiny.tracks[0].clips[0].width, 0), 1.0);
     EXPECT_EQ(valueAt(tiny.tracks[0].clips[0].height, 0), 1.0);
     EXPECT_EQ(valueAt(tiny.tracks[0].clips[0].x, 0), 0.0);
@@ -221,8 +184,8 @@ TEST(ProjectJsonLegacy, NormalisedTransformBecomesCanvasPixels)
 TEST(ProjectJsonHostile, WrongTypesEverywhereReadAsMissing)
 {
     QJsonObject full = projectToJson(fullProject());
-    QJsonObject mangled = mangleObject(full);
-    QJsonObject stripped = stripScalars(full).toObject();
+    QJsonObject mangled = mangleScalars(full);
+    QJsonObject stripped = stripScalars(full);
     mangled["version"] = 3; // keep the modern forms so that every level is read
     stripped["version"] = 3;
     const Project fromMangled = projectFromJson(mangled);
@@ -249,7 +212,7 @@ TEST(ProjectJsonHostile, HugeAndNonFiniteNumbersStayInRange)
     const QJsonObject full = projectToJson(fullProject());
     const double inf = std::numeric_limits<double>::infinity();
     for (double number : {1e300, -1e300, inf, -inf, std::nan("")}) {
-        QJsonObject hostile = replaceNumbers(full, number).toObject();
+        QJsonObject hostile = replaceNumbers(full, number);
         hostile["version"] = 3; // a hostile version number would select the old forms
         const Project p = projectFromJson(hostile);
         ASSERT_EQ(p.tracks.size(), 2);

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using namespace orvel;
 
 namespace {
@@ -112,7 +114,7 @@ TEST(ProjectModel, AdjacencyAllowsOneMillisecondGapAndOverlapIsHalfOpen)
     const Clip left = makeClip(0, 1000000);
     EXPECT_TRUE(adjacent(left, makeClip(1001000, 10)));
     EXPECT_FALSE(adjacent(left, makeClip(1001001, 10)));
-    EXPECT_TRUE(adjacent(left, makeClip(500000, 10))); // overlapping still touches
+    EXPECT_TRUE(adjacent(left, makeClip(500000, 10)));  // overlapping still touches
     EXPECT_FALSE(adjacent(makeClip(500000, 10), left)); // right must not start before left
 
     EXPECT_TRUE(overlaps(left, makeClip(999999, 10)));
@@ -168,27 +170,10 @@ TEST(ProjectModel, CopyTimingKeepsPartnersInStepAndNothingElse)
     Clip to = makeClip(0, 1);
     to.name = "target";
     copyTiming(from, to);
-    EXPECT_EQ(to.timelineStartUs, 123);
-    EXPECT_EQ(to.timelineDurationUs, 456);
-    EXPECT_EQ(to.srcInUs, 7);
-    EXPECT_EQ(to.srcOutUs, 900);
-    EXPECT_EQ(to.speed, 2.0);
-    EXPECT_TRUE(to.reverse);
-    EXPECT_EQ(to.fadeInUs, 11);
-    EXPECT_EQ(to.fadeOutUs, 12);
-    EXPECT_EQ(to.fadeCurve, FadeCurve::equalPower);
-    EXPECT_EQ(to.speedCurve.points.size(), 2);
+    auto timing = [](const Clip &c) {
+        return std::tuple(c.timelineStartUs, c.timelineDurationUs, c.srcInUs, c.srcOutUs, c.speed, c.reverse,
+                          c.fadeInUs, c.fadeOutUs, c.fadeCurve, c.speedCurve.timeTable);
+    };
+    EXPECT_EQ(timing(to), timing(from));
     EXPECT_EQ(to.name, "target");
-}
-
-TEST(ProjectModel, CopiesShareStorageUntilWritten)
-{
-    Project project;
-    for (int i = 0; i < 100; ++i)
-        project.tracks[0].clips.append(makeClip(i * 1000000, 1000000));
-    const Project copy = project;
-    EXPECT_TRUE(copy.tracks.isSharedWith(project.tracks));
-    project.tracks[0].clips[3].timelineStartUs = 42;
-    EXPECT_FALSE(copy.tracks.isSharedWith(project.tracks));
-    EXPECT_EQ(copy.tracks[0].clips[3].timelineStartUs, 3000000);
 }

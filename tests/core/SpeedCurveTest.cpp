@@ -95,44 +95,36 @@ TEST(SpeedCurveTables, FlatCurveAtSpeedTwo)
     ASSERT_EQ(curve.speedTable.size(), 257);
     ASSERT_EQ(curve.timeTable.size(), 257);
     EXPECT_EQ(curve.timeTable[0], 0.0);
-    EXPECT_DOUBLE_EQ(curve.timeTable[256], 0.5);
     EXPECT_DOUBLE_EQ(curve.timeTable[128], 0.25);
-    for (double s : curve.speedTable)
-        EXPECT_DOUBLE_EQ(s, 2.0);
-    const TimeUs spanUs = 7000000;
-    EXPECT_EQ(retimedDuration(curve, spanUs), 3500000);
-    EXPECT_EQ(timelineOffsetFromSource(curve, spanUs, spanUs), retimedDuration(curve, spanUs));
-    EXPECT_NEAR(double(sourceOffsetFromTimeline(curve, retimedDuration(curve, spanUs), spanUs)),
-                double(spanUs), 1.0);
+    EXPECT_DOUBLE_EQ(curve.timeTable[256], 0.5);
+    EXPECT_EQ(retimedDuration(curve, 7000000), 3500000);
 }
 
 TEST(SpeedCurveTables, NormalisingSortsClampsAndShrinksHandles)
 {
     EXPECT_FALSE(normaliseSpeedCurve({}).isActive());
     const SpeedCurve single = normaliseSpeedCurve({point(0.5, 2.0)});
-    EXPECT_TRUE(single.points.isEmpty());
-    EXPECT_TRUE(single.speedTable.isEmpty());
-    EXPECT_TRUE(single.timeTable.isEmpty());
+    EXPECT_TRUE(single.points.isEmpty() && single.speedTable.isEmpty() && single.timeTable.isEmpty());
 
     // The middle point was dragged from 0.3 to 0.8, past its neighbour at 0.6.
     const SpeedCurve curve =
         normaliseSpeedCurve({point(0.1, 0.01, 0.5, 1.0, 0.2), point(0.8, 3.0, 0.5, 0, -0.7),
                              point(0.6, 20.0, 0.3, 0, -0.9), point(1.3, 2.0, 0.1, 0, -0.3)});
+    // Pinned to the ends and sorted; speeds clamped; the first point's positive in-handle and the
+    // last one's out-handle have no room at all, the others shrink to fit their gaps.
+    const double expected[][4] = {{0.0, kCurveSpeedMin, 0.0, 0.5},
+                                  {0.6, kCurveSpeedMax, -0.6, 0.2},
+                                  {0.8, 3.0, -0.2, 0.2},
+                                  {1.0, 2.0, -0.2, 0.0}};
     ASSERT_EQ(curve.points.size(), 4);
-    EXPECT_EQ(curve.points[0].pos, 0.0);
-    EXPECT_EQ(curve.points[0].speed, kCurveSpeedMin);
-    EXPECT_EQ(curve.points[0].inDx, 0.0);  // positive in-handle and no room before the first
-    EXPECT_EQ(curve.points[0].outDx, 0.5); // fits the gap of 0.6
-    EXPECT_EQ(curve.points[1].pos, 0.6);
-    EXPECT_EQ(curve.points[1].speed, kCurveSpeedMax);
-    EXPECT_DOUBLE_EQ(curve.points[1].inDx, -0.6);
-    EXPECT_DOUBLE_EQ(curve.points[1].outDx, 0.2);
-    EXPECT_EQ(curve.points[2].pos, 0.8);
-    EXPECT_DOUBLE_EQ(curve.points[2].inDx, -0.2);
-    EXPECT_DOUBLE_EQ(curve.points[2].outDx, 0.2);
-    EXPECT_EQ(curve.points[3].pos, 1.0);
-    EXPECT_EQ(curve.points[3].outDx, 0.0); // no room after the last
-    EXPECT_DOUBLE_EQ(curve.points[3].inDx, -0.2);
+    for (int i = 0; i < 4; ++i) {
+        SCOPED_TRACE(i);
+        const SpeedCurvePoint &p = curve.points[i];
+        EXPECT_DOUBLE_EQ(p.pos, expected[i][0]);
+        EXPECT_DOUBLE_EQ(p.speed, expected[i][1]);
+        EXPECT_DOUBLE_EQ(p.inDx, expected[i][2]);
+        EXPECT_DOUBLE_EQ(p.outDx, expected[i][3]);
+    }
     for (double s : curve.speedTable) {
         EXPECT_GE(s, kCurveSpeedMin);
         EXPECT_LE(s, kCurveSpeedMax);

@@ -1,4 +1,4 @@
-#include "DecodeTestMedia.h"
+#include "TestMedia.h"
 
 #include "media/ClipReaderPool.h"
 #include "media/ClipReaderWorker.h"
@@ -8,7 +8,8 @@
 #include <vector>
 
 using namespace orvel;
-using namespace decodetest;
+using testmedia::kFrameUs;
+using testmedia::patternIndex;
 
 namespace {
 
@@ -32,46 +33,35 @@ protected:
     void SetUp() override { qputenv("ORVEL_NO_VAAPI", "1"); }
     void TearDown() override { qunsetenv("ORVEL_NO_VAAPI"); }
 
+    const QString video = testmedia::path("pattern.mp4");
     ClipReaderPool pool;
 };
 
-TEST_F(ClipReaderPoolTest, TwoClipsOfOneFileShareOneDecoderAndCache)
+TEST_F(ClipReaderPoolTest, ClipsOfOneFileShareOneVideoDecoderAndAudioHasItsOwn)
 {
-    const QString path = patternVideo();
-    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(path, 10 * kFrameUs, 0, 0)), 10);
-    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(path, 150 * kFrameUs, 0, 0)), 150);
-    EXPECT_EQ(pool.workerCount(), 1);
-    ClipReaderWorker *worker = pool.videoWorker(path);
+    std::vector<float> samples(2 * 4800);
+    EXPECT_EQ(pool.decodeAudio(video, 1'000'000, 4800, 48000, samples.data()), 4800);
+    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(video, 10 * kFrameUs, 0, 0)), 10);
+    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(video, 180 * kFrameUs, 0, 0)), 180);
+    // Video seeking did not move the audio reader: the next block continues without a seek.
+    EXPECT_EQ(pool.decodeAudio(video, 1'100'000, 4800, 48000, samples.data()), 4800);
+    EXPECT_EQ(pool.workerCount(), 2);
+    ClipReaderWorker *audio = pool.audioWorker(video);
+    ClipReaderWorker *worker = pool.videoWorker(video);
+    ASSERT_NE(audio, nullptr);
     ASSERT_NE(worker, nullptr);
+    EXPECT_NE(audio->thread(), worker->thread());
+    EXPECT_EQ(countersOf(audio).audioSeeks, 1);
     settle(worker);
     const bool bothCached = worker->withReader([](ClipReader &reader) {
-        return reader.nv12Cache.contains(10 * kFrameUs, 1) && reader.nv12Cache.contains(150 * kFrameUs, 1);
+        return reader.nv12Cache.contains(10 * kFrameUs, 1) && reader.nv12Cache.contains(180 * kFrameUs, 1);
     });
     EXPECT_TRUE(bothCached);
 }
 
-TEST_F(ClipReaderPoolTest, VideoAndAudioOfOneFileUseSeparateWorkers)
-{
-    const QString path = patternVideo();
-    std::vector<float> samples(2 * 4800);
-    EXPECT_EQ(pool.decodeAudio(path, 1'000'000, 4800, 48000, samples.data()), 4800);
-    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(path, 180 * kFrameUs, 0, 0)), 180);
-    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(path, 20 * kFrameUs, 0, 0)), 20);
-    // Video seeking did not move the audio reader: the next block continues without a seek.
-    EXPECT_EQ(pool.decodeAudio(path, 1'100'000, 4800, 48000, samples.data()), 4800);
-    ClipReaderWorker *audio = pool.audioWorker(path);
-    ClipReaderWorker *video = pool.videoWorker(path);
-    ASSERT_NE(audio, nullptr);
-    ASSERT_NE(video, nullptr);
-    EXPECT_NE(audio, video);
-    EXPECT_NE(audio->thread(), video->thread());
-    EXPECT_EQ(countersOf(audio).audioSeeks, 1);
-    EXPECT_EQ(pool.workerCount(), 2);
-}
-
 TEST_F(ClipReaderPoolTest, MissingFileStaysDarkAndIsNeverReopened)
 {
-    const QString path = missingFile();
+    const QString path = testmedia::missingFile();
     std::vector<float> samples(64, 1.0f);
     for (int i = 0; i < 3; ++i) {
         EXPECT_FALSE(pool.decodeVideoNv12(path, i * kFrameUs, 0, 0).isValid());
@@ -84,27 +74,34 @@ TEST_F(ClipReaderPoolTest, MissingFileStaysDarkAndIsNeverReopened)
 
     // Refusals make no worker at all.
     EXPECT_EQ(pool.decodeAudio(QString(), 0, 32, 48000, samples.data()), 0);
-    EXPECT_EQ(pool.decodeAudio(patternVideo(), 0, 32, 48000, nullptr), 0);
+    EXPECT_EQ(pool.decodeAudio(video, 0, 32, 48000, nullptr), 0);
     EXPECT_FALSE(pool.decodeVideoNv12(QString(), 0, 0, 0).isValid());
     EXPECT_EQ(pool.workerCount(), 2);
 }
 
 TEST_F(ClipReaderPoolTest, RequestedFramesAnswerTheBlockingCallFromCache)
 {
-    const QString path = patternVideo();
-    pool.requestFrames({FrameRequest{path, 90 * kFrameUs, 0, 0}, FrameRequest{QString(), 0, 0, 0}});
+    pool.requestFrames({FrameRequest{video, 90 * kFrameUs, 0, 0}, FrameRequest{QString(), 0, 0, 0}});
     EXPECT_EQ(pool.workerCount(), 1);
-    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(path, 90 * kFrameUs, 0, 0)), 90);
-    EXPECT_EQ(countersOf(pool.videoWorker(path)).seeks, 1);
+    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(video, 90 * kFrameUs, 0, 0)), 90);
+    EXPECT_EQ(countersOf(pool.videoWorker(video)).seeks, 1);
+}
+
+TEST_F(ClipReaderPoolTest, EnsureReadersMakesBothRoles)
+{
+    const QString audio = testmedia::path("ramp.wav");
+    pool.ensureReaders({video, QString()}, {video, audio});
+    EXPECT_NE(pool.videoWorker(video), nullptr);
+    EXPECT_NE(pool.audioWorker(audio), nullptr);
+    EXPECT_EQ(pool.videoWorker(audio), nullptr);
+    EXPECT_EQ(pool.workerCount(), 3);
 }
 
 TEST_F(ClipReaderPoolTest, ReadAheadPrefetchRequeuesUntilFull)
 {
-    const QString path = patternVideo();
     pool.setReadAhead(8 * kFrameUs);
-    EXPECT_EQ(pool.readAheadUs(), 8 * kFrameUs);
-    ASSERT_EQ(patternIndex(pool.decodeVideoNv12(path, 30 * kFrameUs, 0, 0)), 30);
-    ClipReaderWorker *worker = pool.videoWorker(path);
+    ASSERT_EQ(patternIndex(pool.decodeVideoNv12(video, 30 * kFrameUs, 0, 0)), 30);
+    ClipReaderWorker *worker = pool.videoWorker(video);
     // Asked on the worker's own thread, so no prefetch runs while the flag is read: a set flag
     // means another step is queued behind this call.
     bool queued = true;
@@ -120,24 +117,14 @@ TEST_F(ClipReaderPoolTest, ReadAheadPrefetchRequeuesUntilFull)
     });
     EXPECT_EQ(cached, 7);
     const int decoded = countersOf(worker).framesDecoded;
-    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(path, 35 * kFrameUs, 0, 0)), 35);
+    EXPECT_EQ(patternIndex(pool.decodeVideoNv12(video, 35 * kFrameUs, 0, 0)), 35);
     EXPECT_EQ(countersOf(worker).framesDecoded, decoded);
 }
 
 TEST_F(ClipReaderPoolTest, StillCaptureIsFullSizeRgba)
 {
-    const QString path = patternVideo();
-    ASSERT_EQ(patternIndex(pool.decodeVideoNv12(path, 0, 40, 40)), 0);
-    const QImage still = pool.captureStillFrame(path, 77 * kFrameUs);
-    EXPECT_EQ(still.size(), QSize(kPatternWidth, kPatternHeight));
+    ASSERT_EQ(patternIndex(pool.decodeVideoNv12(video, 0, 40, 40)), 0);
+    const QImage still = pool.captureStillFrame(video, 77 * kFrameUs);
+    EXPECT_EQ(still.size(), QSize(testmedia::kPatternWidth, testmedia::kPatternHeight));
     EXPECT_EQ(patternIndex(still), 77);
-}
-
-TEST_F(ClipReaderPoolTest, EnsureReadersMakesBothRoles)
-{
-    pool.ensureReaders({patternVideo(), QString()}, {patternVideo(), rampAudio()});
-    EXPECT_NE(pool.videoWorker(patternVideo()), nullptr);
-    EXPECT_NE(pool.audioWorker(rampAudio()), nullptr);
-    EXPECT_EQ(pool.videoWorker(rampAudio()), nullptr);
-    EXPECT_EQ(pool.workerCount(), 3);
 }

@@ -16,18 +16,6 @@ Nv12Frame grayFrame(int width, int height)
 }
 } // namespace
 
-TEST(Nv12FrameRules, ValidityNeedsPositiveEvenSizeAndEnoughBytes)
-{
-    EXPECT_TRUE(grayFrame(4, 2).isValid());
-    Nv12Frame odd = grayFrame(4, 2);
-    odd.width = 3;
-    EXPECT_FALSE(odd.isValid());
-    Nv12Frame shortData = grayFrame(4, 4);
-    shortData.data.chop(1);
-    EXPECT_FALSE(shortData.isValid());
-    EXPECT_FALSE(Nv12Frame{}.isValid());
-}
-
 TEST(DecodeRules, OutputSizeStepsInEighthsAndNeverUpscales)
 {
     // s = 0.3125 rounds up to 3/8.
@@ -44,22 +32,21 @@ TEST(DecodeRules, OutputSizeStepsInEighthsAndNeverUpscales)
     EXPECT_EQ(decodeOutputSize(0, 0, 320, 0), QSize(320, 1));
 }
 
-TEST(DecodeRules, ToleranceAndDecodeThroughWindow)
+TEST(DecodeRules, ToleranceDecodeThroughAndAudioContinuationWindows)
 {
     EXPECT_EQ(frameToleranceUs(40'000), 20'000);
     EXPECT_EQ(frameToleranceUs(0), 20'000);
     EXPECT_EQ(frameToleranceUs(1), 1);
 
+    // Video decodes on from 20 ms behind to 2 s ahead of the last frame.
     const TimeUs last = 1'000'000;
     EXPECT_TRUE(canDecodeThrough(true, last, last + 2'000'000, 20'000));
     EXPECT_FALSE(canDecodeThrough(true, last, last + 2'000'001, 20'000));
     EXPECT_TRUE(canDecodeThrough(true, last, last - 20'000, 20'000));
     EXPECT_FALSE(canDecodeThrough(true, last, last - 20'001, 20'000));
     EXPECT_FALSE(canDecodeThrough(false, last, last + 1, 20'000));
-}
 
-TEST(DecodeRules, AudioContinuationWindow)
-{
+    // Audio continues from 50 ms behind to 2 s ahead, at the same rate only.
     const TimeUs next = 5'000'000;
     EXPECT_TRUE(canContinueAudio(true, 48000, 48000, next, next - 50'000));
     EXPECT_FALSE(canContinueAudio(true, 48000, 48000, next, next - 50'001));
@@ -71,10 +58,8 @@ TEST(DecodeRules, AudioContinuationWindow)
 
 TEST(DecodeRules, ThreadsAndHardwareChoice)
 {
-    EXPECT_EQ(softwareDecoderThreads(1), 1);
-    EXPECT_EQ(softwareDecoderThreads(2), 1);
-    EXPECT_EQ(softwareDecoderThreads(6), 3);
-    EXPECT_EQ(softwareDecoderThreads(32), 4);
+    for (const auto &[cores, threads] : {std::pair{1, 1}, {2, 1}, {6, 3}, {32, 4}})
+        EXPECT_EQ(softwareDecoderThreads(cores), threads) << cores;
 
     EXPECT_TRUE(isHeavyStream(3840, 2160, 1000, 30.0));
     EXPECT_FALSE(isHeavyStream(1920, 1080, 7'000'000, 30.0)); // 233 kbit a frame
@@ -86,10 +71,9 @@ TEST(DecodeRules, ThreadsAndHardwareChoice)
 TEST(NearestCachedFrame, TakesNearestWithinToleranceFirstAmongEquals)
 {
     const QList<TimeUs> times{400'000, 440'000, 360'000};
-    EXPECT_EQ(nearestWithinTolerance(times, 420'000, 20'000), 0);
-    EXPECT_EQ(nearestWithinTolerance(times, 430'000, 20'000), 1);
-    EXPECT_EQ(nearestWithinTolerance(times, 380'000, 20'000), 0);
-    EXPECT_EQ(nearestWithinTolerance(times, 500'000, 20'000), -1);
+    for (const auto &[t, index] :
+         {std::pair<TimeUs, int>{420'000, 0}, {430'000, 1}, {380'000, 0}, {500'000, -1}})
+        EXPECT_EQ(nearestWithinTolerance(times, t, 20'000), index) << t;
     EXPECT_EQ(nearestWithinTolerance({}, 0, 20'000), -1);
 }
 
@@ -146,12 +130,19 @@ TEST(FrameCaches, RgbaKeepsSixteenMostRecentAndMovesHitsToFront)
     EXPECT_EQ(cache.entries().front().timeUs, 10 * 40'000);
 }
 
-TEST(FrameCaches, Nv12LookupSkipsInvalidFrames)
+TEST(FrameCaches, Nv12FramesNeedAnEvenSizeAndEnoughBytesAndLookupSkipsInvalidOnes)
 {
+    Nv12Frame odd = grayFrame(4, 2);
+    odd.width = 3;
+    Nv12Frame shortData = grayFrame(4, 4);
+    shortData.data.chop(1);
+    EXPECT_TRUE(grayFrame(4, 2).isValid());
+    EXPECT_FALSE(odd.isValid());
+    EXPECT_FALSE(shortData.isValid());
+    EXPECT_FALSE(Nv12Frame{}.isValid());
+
     Nv12FrameCache cache;
-    Nv12Frame broken = grayFrame(4, 2);
-    broken.data.clear();
-    cache.insert(0, broken);
+    cache.insert(0, shortData);
     EXPECT_FALSE(cache.find(0, 20'000).isValid());
     cache.insert(40'000, grayFrame(4, 2));
     EXPECT_TRUE(cache.find(45'000, 20'000).isValid());

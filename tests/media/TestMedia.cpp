@@ -3,10 +3,13 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+namespace testmedia {
 
 namespace {
 
@@ -16,50 +19,108 @@ QTemporaryDir &mediaTempDir()
     return dir;
 }
 
-QStringList lavfiVideo(const QString &size, const QString &seconds = QStringLiteral("1"))
+// The thumbnail folder is fixed for the process on first use, so it must move before main runs.
+const bool kCacheMoved = qputenv("XDG_CACHE_HOME", QDir(mediaTempDir().path()).filePath("cache").toUtf8());
+
+// ffmpeg arguments written as one line; none of them contains a space.
+QStringList words(const QString &line)
 {
-    return {"-f", "lavfi", "-i", QStringLiteral("testsrc=size=%1:rate=25:duration=%2").arg(size, seconds)};
+    return line.split(' ', Qt::SkipEmptyParts);
 }
 
-QStringList lavfiSine(int sampleRate)
+QString pattern(double seconds)
 {
-    return {"-f", "lavfi", "-i",
-            QStringLiteral("sine=frequency=440:sample_rate=%1:duration=1").arg(sampleRate)};
+    return QStringLiteral("-f lavfi -i color=c=black:s=%1x%2:r=25:d=%3,format=gray,"
+                          "geq=lum='if(bitand(N\\,pow(2\\,floor(X*8/W)))\\,235\\,16)' ")
+        .arg(kPatternWidth)
+        .arg(kPatternHeight)
+        .arg(seconds);
 }
 
-// A key frame every 5 frames, so that seeks inside one second land on different pictures.
-const QStringList kH264 = {"-c:v", "libx264", "-preset", "ultrafast", "-g", "5", "-pix_fmt", "yuv420p"};
+// The ffmpeg arguments, before the output path, that make a sample; empty for an unknown name.
+QStringList recipe(const QString &name)
+{
+    const QString testsrc = "-f lavfi -i testsrc=rate=25:duration=1:size=";
+    const QString sine = " -f lavfi -i sine=frequency=440:duration=1:sample_rate=";
+    // A key frame every 5 frames, so that seeks inside one second land on different pictures.
+    const QString h264 = " -c:v libx264 -preset ultrafast -g 5 -pix_fmt yuv420p";
+    const QString sharpH264 = " -c:v libx264 -preset veryfast -crf 18 -pix_fmt yuv420p";
+    // The mp4 "rotate" tag is a clockwise turn; the display matrix holds the opposite angle.
+    if (name == "rotated.mp4" || name == "rotated90.mp4")
+        return QStringList{"-i", path("av.mp4")} + words(name == "rotated.mp4"
+                                                             ? "-c copy -metadata:s:v:0 rotate=270"
+                                                             : "-c copy -metadata:s:v:0 rotate=90");
+    if (name == "cover.mp3")
+        return words(sine + "44100") + QStringList{"-i", path("small.png")} +
+               words("-map 0:a -map 1:v -c:a libmp3lame -c:v png -disposition:v:0 attached_pic "
+                     "-id3v2_version 3");
+    const QHash<QString, QString> lines = {
+        {"av.mp4", testsrc + "160x90" + sine + "44100 -ac 2 -c:a aac -shortest" + h264},
+        {"anamorphic.mp4", testsrc + "160x90 -vf setsar=2" + h264},
+        {"silent.mp4", testsrc + "64x64" + h264},
+        {"two_audio.mp4", testsrc + "64x64" + sine + "44100" + sine + "22050" +
+                              " -map 0 -map 1 -map 2 -c:a aac -ac:a:0 2 -ac:a:1 1" + h264},
+        {"still.png", "-f lavfi -i testsrc=size=640x360 -frames:v 1"},
+        {"small.png", "-f lavfi -i testsrc=size=64x64 -frames:v 1"},
+        {"pattern.mp4",
+         pattern(8) + "-f lavfi -i sine=f=440:r=48000:d=8 -g 50 -c:a aac -shortest" + sharpH264},
+        {"vfr.mkv", pattern(3) +
+                        "-vf settb=1/1000,setpts='if(lt(N,25),N/25,1+(N-25)/10)/TB' -fps_mode passthrough"
+                        " -enc_time_base 1/1000 -frames:v 45" +
+                        sharpH264},
+        {"nofps.nut", "-f lavfi -i color=c=gray:s=64x48:r=2:d=1" + sharpH264},
+        {"raw-nv12.nut", pattern(1) + "-c:v rawvideo -pix_fmt nv12"},
+        {"odd.mp4", "-f lavfi -i color=c=red:s=160x96:r=25:d=1,format=yuv444p,scale=161:97 -c:v libx264 "
+                    "-preset veryfast"},
+        {"ramp.wav", "-f lavfi -i aevalsrc='t/10|t/10':s=48000:d=6 -c:a pcm_f32le"}};
+    return words(lines.value(name));
+}
+
+bool generate(const QString &name, const QString &target)
+{
+    if (name == "fake.png" || name == "fake.mp4") {
+        QFile file(target);
+        return file.open(QIODevice::WriteOnly) && file.write("this is plain text, not media\n") > 0;
+    }
+    const QStringList arguments = recipe(name);
+    if (arguments.isEmpty())
+        return false;
+    QProcess ffmpeg;
+    ffmpeg.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    ffmpeg.start("ffmpeg",
+                 QStringList{"-hide_banner", "-loglevel", "error", "-y"} + arguments + QStringList{target});
+    return ffmpeg.waitForFinished(60000) && ffmpeg.exitStatus() == QProcess::NormalExit &&
+           ffmpeg.exitCode() == 0;
+}
+
+int readBars(int width, int height, const auto &lumaAt)
+{
+    if (width < 16 || height < 2)
+        return -1;
+    int index = 0;
+    for (int bit = 0; bit < 8; ++bit) {
+        const int luma = lumaAt(int((bit + 0.5) * width / 8.0), height / 2);
+        if (luma > 96 && luma < 160)
+            return -1; // neither black nor white: not a pattern picture
+        if (luma >= 160)
+            index |= 1 << bit;
+    }
+    return index;
+}
 
 } // namespace
 
-bool runFfmpeg(const QStringList &arguments)
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QStringLiteral("ffmpeg"),
-                  QStringList{"-hide_banner", "-loglevel", "error", "-y"} + arguments);
-    return process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
-}
-
-TestMedia &TestMedia::instance()
-{
-    static TestMedia media;
-    return media;
-}
-
-TestMedia::TestMedia()
-{
-    // Must happen before anything asks for the thumbnail folder, which is fixed for the process.
-    qputenv("XDG_CACHE_HOME", QDir(mediaTempDir().path()).filePath("cache").toUtf8());
-}
-
-QString TestMedia::dir() const
+QString dir()
 {
     return mediaTempDir().path();
 }
 
-QString TestMedia::path(const QString &name)
+QString missingFile()
+{
+    return QDir(dir()).filePath("does-not-exist.mp4");
+}
+
+QString path(const QString &name)
 {
     const QString target = QDir(dir()).filePath(name);
     if (QFileInfo::exists(target) || generate(name, target))
@@ -68,15 +129,14 @@ QString TestMedia::path(const QString &name)
     return {};
 }
 
-QStringList TestMedia::copies(const QString &name, int count)
+QStringList copies(const QString &name, int count)
 {
     const QString source = path(name);
-    const QString base = QFileInfo(source).completeBaseName();
-    const QString suffix = QFileInfo(source).suffix();
+    const QFileInfo info(source);
     QStringList paths;
     for (int i = 0; i < count; ++i) {
-        const QString copy =
-            QDir(dir()).filePath(QStringLiteral("%1_copy%2.%3").arg(base).arg(i).arg(suffix));
+        const QString copy = QDir(dir()).filePath(
+            QStringLiteral("%1_copy%2.%3").arg(info.completeBaseName()).arg(i).arg(info.suffix()));
         if (!QFileInfo::exists(copy))
             QFile::copy(source, copy);
         paths << copy;
@@ -84,37 +144,19 @@ QStringList TestMedia::copies(const QString &name, int count)
     return paths;
 }
 
-bool TestMedia::generate(const QString &name, const QString &target)
+int patternIndex(const orvel::Nv12Frame &frame)
 {
-    if (name == "fake.png" || name == "fake.mp4") {
-        QFile file(target);
-        return file.open(QIODevice::WriteOnly) && file.write("this is plain text, not media\n") > 0;
-    }
-    if (name == "av.mp4")
-        return runFfmpeg(lavfiVideo("160x90") + lavfiSine(44100) +
-                         QStringList{"-ac", "2", "-c:a", "aac", "-shortest"} + kH264 + QStringList{target});
-    // The mp4 "rotate" tag is a clockwise turn; the display matrix holds the opposite angle.
-    if (name == "rotated.mp4")
-        return runFfmpeg({"-i", path("av.mp4"), "-c", "copy", "-metadata:s:v:0", "rotate=270", target});
-    if (name == "rotated90.mp4")
-        return runFfmpeg({"-i", path("av.mp4"), "-c", "copy", "-metadata:s:v:0", "rotate=90", target});
-    if (name == "anamorphic.mp4")
-        return runFfmpeg(lavfiVideo("160x90") + QStringList{"-vf", "setsar=2"} + kH264 + QStringList{target});
-    if (name == "silent.mp4")
-        return runFfmpeg(lavfiVideo("64x64") + kH264 + QStringList{target});
-    if (name == "cover.mp3")
-        return runFfmpeg(lavfiSine(44100) + QStringList{"-i", path("small.png"), "-map", "0:a", "-map", "1:v",
-                                                        "-c:a", "libmp3lame", "-c:v", "png",
-                                                        "-disposition:v:0", "attached_pic", "-id3v2_version",
-                                                        "3", target});
-    if (name == "two_audio.mp4")
-        return runFfmpeg(lavfiVideo("64x64") + lavfiSine(44100) + lavfiSine(22050) +
-                         QStringList{"-map", "0", "-map", "1", "-map", "2", "-c:a", "aac", "-ac:a:0", "2",
-                                     "-ac:a:1", "1"} +
-                         kH264 + QStringList{target});
-    if (name == "still.png" || name == "small.png") {
-        const QString size = name == "still.png" ? "640x360" : "64x64";
-        return runFfmpeg({"-f", "lavfi", "-i", "testsrc=size=" + size, "-frames:v", "1", target});
-    }
-    return false;
+    if (!frame.isValid())
+        return -1;
+    const auto *luma = reinterpret_cast<const unsigned char *>(frame.data.constData());
+    return readBars(frame.width, frame.height, [&](int x, int y) { return int(luma[y * frame.width + x]); });
 }
+
+int patternIndex(const QImage &image)
+{
+    if (image.isNull())
+        return -1;
+    return readBars(image.width(), image.height(), [&](int x, int y) { return qGreen(image.pixel(x, y)); });
+}
+
+} // namespace testmedia

@@ -1,38 +1,48 @@
 #pragma once
 
+#include "media/Nv12Frame.h"
+
+#include <QImage>
 #include <QString>
 #include <QStringList>
 
-// Tiny media files made with the ffmpeg command-line tool on first request, in one temporary
-// folder per test process. The thumbnail cache is pointed into the same folder, so a run never
-// sees posters left over from another.
-class TestMedia
-{
-public:
-    static TestMedia &instance();
+// Small media files made with the ffmpeg command-line tool on first request, in one temporary
+// folder per test process. The thumbnail cache is pointed into the same folder before main runs,
+// so a run never sees posters left over from another.
+namespace testmedia {
 
-    // Absolute path of a named sample, generated when first asked for; fails the test (and
-    // returns an empty string) when ffmpeg can't make it. Names:
-    //   av.mp4        160x90, 25 fps, 1 s, H.264 + stereo AAC at 44100 Hz
-    //   rotated.mp4   av.mp4 with a display matrix of -90 degrees
-    //   rotated90.mp4 av.mp4 with a display matrix of +90 degrees
-    //   anamorphic.mp4 160x90 with a 2:1 sample aspect ratio, no audio
-    //   silent.mp4    64x64, 1 s, video only
-    //   cover.mp3     1 s mono mp3 with a PNG cover
-    //   two_audio.mp4 video, stereo AAC at 44100 Hz, then mono AAC at 22050 Hz
-    //   still.png     640x360;  small.png 64x64
-    //   fake.png, fake.mp4  plain text under a media suffix
-    QString path(const QString &name);
+// Pattern videos carry their frame number in eight vertical bars, bit k in bar k (white for 1),
+// so a test reads back which frame it got.
+inline constexpr int kPatternWidth = 160;
+inline constexpr int kPatternHeight = 96;
+inline constexpr qint64 kFrameUs = 40'000; // 25 fps
 
-    // Copies of one sample under distinct names, for imports that need many files.
-    QStringList copies(const QString &name, int count);
+// Absolute path of a named sample, generated when first asked for; a sample ffmpeg cannot make
+// fails the calling test. Names:
+//   av.mp4         160x90, 25 fps, 1 s, H.264 + stereo AAC at 44100 Hz
+//   rotated.mp4    av.mp4 with a display matrix of -90 degrees; rotated90.mp4 with +90
+//   anamorphic.mp4 160x90 with a 2:1 sample aspect ratio, no audio
+//   silent.mp4     64x64, 1 s, video only
+//   cover.mp3      1 s mono mp3 with a 64x64 PNG cover
+//   two_audio.mp4  video, stereo AAC at 44100 Hz, then mono AAC at 22050 Hz
+//   still.png      640x360;  small.png 64x64
+//   fake.png, fake.mp4  plain text under a media suffix
+//   pattern.mp4    8 s of the pattern, 2 s GOP, 440 Hz AAC at 48 kHz
+//   vfr.mkv        the pattern at 25 fps for one second, then 10 fps to 3 s
+//   nofps.nut      two frames 0.5 s apart, no average frame rate recorded
+//   raw-nv12.nut   one second of the pattern as uncompressed NV12
+//   odd.mp4        one second of 161x97 H.264
+//   ramp.wav       6 s of 48 kHz float stereo whose every sample is its time in seconds / 10
+QString path(const QString &name);
 
-    QString dir() const;
+// Copies of one sample under distinct names, for imports that need many files.
+QStringList copies(const QString &name, int count);
 
-private:
-    TestMedia();
-    bool generate(const QString &name, const QString &target);
-};
+QString dir();
+QString missingFile();
 
-// Runs ffmpeg with the arguments (after "-hide_banner -loglevel error -y"); true on exit code 0.
-bool runFfmpeg(const QStringList &arguments);
+// The frame number encoded in a picture; -1 if the bars cannot be read.
+int patternIndex(const orvel::Nv12Frame &frame);
+int patternIndex(const QImage &image);
+
+} // namespace testmedia

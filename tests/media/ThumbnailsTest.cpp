@@ -14,12 +14,6 @@
 
 using namespace orvel;
 
-class ThumbnailsTest : public testing::Test
-{
-protected:
-    static void SetUpTestSuite() { TestMedia::instance(); }
-};
-
 TEST(VideoPosterSize, FitsTheSarCorrectedSizeIntoTheBoxWithoutEnlarging)
 {
     EXPECT_EQ(videoPosterSize(1920, 1080, 1, 1), QSize(320, 180));
@@ -34,30 +28,27 @@ TEST(VideoPosterSize, FitsTheSarCorrectedSizeIntoTheBoxWithoutEnlarging)
     EXPECT_EQ(videoPosterSize(1920, 0, 1, 1), QSize(320, 180));
 }
 
-TEST_F(ThumbnailsTest, NamesHashTheAbsolutePathAndCarryTheFormatVersion)
+TEST(Thumbnails, NamesHashTheAbsolutePathAndCarryTheFormatVersion)
 {
     const QString expectedDir =
-        QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/thumbnails");
+        QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + "/thumbnails";
     EXPECT_EQ(thumbnailCacheDir(), expectedDir);
     EXPECT_TRUE(QFileInfo(expectedDir).isDir());
 
     const QString source = "/media/clip.mp4";
-    const QString base = QString::number(qHash(source, 0)) + "_v2";
-    EXPECT_EQ(thumbnailBaseName(source), base);
-    EXPECT_EQ(posterPath(source), expectedDir + "/" + base + ".jpg");
-    EXPECT_EQ(stripPath(source), expectedDir + "/" + base + "_strip.jpg");
-    EXPECT_EQ(posterAtPath(source, 1500), expectedDir + "/" + base + "_1500.jpg");
-    EXPECT_EQ(tilePath(source, -3, 12), expectedDir + "/" + base + "_t-3_12.jpg");
-    EXPECT_NE(thumbnailBaseName("/media/clip2.mp4"), base);
-
+    const QString base = expectedDir + "/" + QString::number(qHash(source, 0)) + "_v2";
+    EXPECT_EQ(posterPath(source), base + ".jpg");
+    EXPECT_EQ(stripPath(source), base + "_strip.jpg");
+    EXPECT_EQ(posterAtPath(source, 1500), base + "_1500.jpg");
+    EXPECT_EQ(tilePath(source, -3, 12), base + "_t-3_12.jpg");
+    EXPECT_NE(thumbnailBaseName("/media/clip2.mp4"), thumbnailBaseName(source));
     // A relative path is named after its absolute form.
-    const QString relative = "clip.mp4";
-    EXPECT_EQ(posterPath(relative), posterPath(QFileInfo(relative).absoluteFilePath()));
+    EXPECT_EQ(posterPath("clip.mp4"), posterPath(QFileInfo("clip.mp4").absoluteFilePath()));
 }
 
-TEST_F(ThumbnailsTest, FilesOfAtMost128BytesCountAsMissingAndAreRemade)
+TEST(Thumbnails, FilesOfAtMost128BytesCountAsMissingAndAreRemade)
 {
-    const QString still = TestMedia::instance().path("still.png");
+    const QString still = testmedia::path("still.png");
     const QString poster = posterPath(still);
     {
         QFile stub(poster);
@@ -76,14 +67,14 @@ TEST_F(ThumbnailsTest, FilesOfAtMost128BytesCountAsMissingAndAreRemade)
     EXPECT_EQ(QFileInfo(poster).size(), 129);
 }
 
-TEST_F(ThumbnailsTest, ImagePostersShrinkIntoTheBoxAndHonourOrientation)
+TEST(Thumbnails, ImagePostersShrinkIntoTheBoxAndHonourOrientation)
 {
-    const QString small = TestMedia::instance().path("small.png");
+    const QString small = testmedia::path("small.png");
     EXPECT_EQ(QImage(ensureThumbnail(small, "image")).size(), QSize(64, 64));
     EXPECT_EQ(ensureStrip(small, "image"), posterPath(small));
 
     // A JPEG whose orientation tag turns it a quarter: poster and record see it upright.
-    const QString turned = QDir(TestMedia::instance().dir()).filePath("turned.jpg");
+    const QString turned = QDir(testmedia::dir()).filePath("turned.jpg");
     QImage wide(400, 200, QImage::Format_RGB32);
     wide.fill(Qt::red);
     QImageWriter writer(turned, "jpeg");
@@ -92,24 +83,24 @@ TEST_F(ThumbnailsTest, ImagePostersShrinkIntoTheBoxAndHonourOrientation)
     EXPECT_EQ(orientedImageSize(turned), QSize(200, 400));
     EXPECT_EQ(QImage(ensureThumbnail(turned, "image")).size(), QSize(160, 320));
 
-    EXPECT_TRUE(ensureThumbnail(TestMedia::instance().path("fake.png"), "image").isEmpty());
+    EXPECT_TRUE(ensureThumbnail(testmedia::path("fake.png"), "image").isEmpty());
 }
 
-TEST_F(ThumbnailsTest, VideoPostersAreSarAwareAndComeFromCoverArtToo)
+TEST(Thumbnails, VideoPostersAreSarAwareAndComeFromCoverArtToo)
 {
-    const QString av = TestMedia::instance().path("av.mp4");
-    EXPECT_EQ(QImage(ensureThumbnail(av, "video")).size(), QSize(160, 90));
-    const QString anamorphic = TestMedia::instance().path("anamorphic.mp4");
-    EXPECT_EQ(QImage(ensureThumbnail(anamorphic, "video")).size(), QSize(320, 90));
-    const QString mp3 = TestMedia::instance().path("cover.mp3");
-    EXPECT_EQ(QImage(ensureThumbnail(mp3, "audio")).size(), QSize(64, 64));
-    EXPECT_TRUE(ensureThumbnail(TestMedia::instance().path("fake.mp4"), "video").isEmpty());
-    EXPECT_FALSE(QFileInfo::exists(posterPath(TestMedia::instance().path("fake.mp4"))));
+    EXPECT_EQ(QImage(ensureThumbnail(testmedia::path("av.mp4"), "video")).size(), QSize(160, 90));
+    EXPECT_EQ(QImage(ensureThumbnail(testmedia::path("anamorphic.mp4"), "video")).size(), QSize(320, 90));
+    EXPECT_EQ(QImage(ensureThumbnail(testmedia::path("cover.mp3"), "audio")).size(), QSize(64, 64));
+    const QString fake = testmedia::path("fake.mp4");
+    EXPECT_TRUE(ensureThumbnail(fake, "video").isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(posterPath(fake)));
+    EXPECT_TRUE(ensureStrip(fake, "video").isEmpty());
+    EXPECT_TRUE(posterAt(fake, 1.0).isEmpty());
 }
 
-TEST_F(ThumbnailsTest, StripsHoldEightCellsFromAcrossTheClip)
+TEST(Thumbnails, StripsHoldEightCellsFromAcrossTheClip)
 {
-    const QString av = TestMedia::instance().path("av.mp4");
+    const QString av = testmedia::path("av.mp4");
     const QString strip = ensureStrip(av, "video");
     ASSERT_EQ(strip, stripPath(av));
     const QImage image(strip);
@@ -125,17 +116,15 @@ TEST_F(ThumbnailsTest, StripsHoldEightCellsFromAcrossTheClip)
         EXPECT_GT(bright, 100) << "cell " << cell;
     }
     EXPECT_NE(image.copy(0, 0, 120, 68), image.copy(840, 0, 120, 68));
-    EXPECT_TRUE(ensureStrip(TestMedia::instance().path("fake.mp4"), "video").isEmpty());
 }
 
-TEST_F(ThumbnailsTest, PosterAtATimeIsNamedByMillisecondsAndDiffersFromTheStart)
+TEST(Thumbnails, PosterAtATimeIsNamedByMillisecondsAndDiffersFromTheStart)
 {
-    const QString av = TestMedia::instance().path("av.mp4");
+    const QString av = testmedia::path("av.mp4");
     const QString late = posterAt(av, 0.8);
     EXPECT_EQ(late, posterAtPath(av, 800));
     EXPECT_EQ(QImage(late).size(), QSize(160, 90));
     const QString early = posterAt(av, 0.0);
     EXPECT_EQ(early, posterAtPath(av, 0));
     EXPECT_NE(QImage(late), QImage(early));
-    EXPECT_TRUE(posterAt(TestMedia::instance().path("fake.mp4"), 1.0).isEmpty());
 }

@@ -55,34 +55,30 @@ TEST_F(GlRuntimeTest, JobsFromSeveralThreadsRunStrictlyOneAfterAnother)
     std::atomic<int> inside{0};
     std::atomic<int> overlaps{0};
     std::atomic<int> ranJobs{0};
-    std::atomic<int> failedRuns{0};
-    std::atomic<int> unfinishedOnReturn{0};
+    std::atomic<int> failedOrUnfinished{0};
     std::vector<std::thread> callers;
     for (int t = 0; t < kThreads; ++t) {
         callers.emplace_back([&] {
             for (int j = 0; j < kJobsEach; ++j) {
-                int finished = 0; // on the caller's stack: the job may use it because run blocks
+                bool finished = false; // on the caller's stack: the job may use it because run blocks
                 const bool ran = GlRuntime::instance().run([&] {
-                    if (inside.fetch_add(1) != 0)
-                        ++overlaps;
+                    overlaps += inside.fetch_add(1) != 0 ? 1 : 0;
                     orvel::GlFbo fbo = GlRuntime::instance().acquireFbo(16, 16);
                     GlRuntime::instance().extraFunctions()->glFinish();
                     GlRuntime::instance().releaseFbo(fbo);
                     ++ranJobs;
                     inside.fetch_sub(1);
-                    finished = 1;
+                    finished = true;
                 });
-                failedRuns += ran ? 0 : 1;
-                unfinishedOnReturn += finished ? 0 : 1;
+                failedOrUnfinished += ran && finished ? 0 : 1;
             }
         });
     }
     for (std::thread &caller : callers)
         caller.join();
-    EXPECT_EQ(failedRuns.load(), 0);
+    EXPECT_EQ(failedOrUnfinished.load(), 0);
     EXPECT_EQ(ranJobs.load(), kThreads * kJobsEach);
     EXPECT_EQ(overlaps.load(), 0);
-    EXPECT_EQ(unfinishedOnReturn.load(), 0);
 }
 
 TEST_F(GlRuntimeTest, RunFromInsideAJobIsRefusedInsteadOfDeadlocking)

@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QMutex>
 #include <QMutexLocker>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <gtest/gtest.h>
@@ -20,27 +21,16 @@ class WarningCapture
 public:
     WarningCapture()
     {
-        {
-            QMutexLocker lock(&s_mutex);
-            s_messages.clear();
-        }
+        QMutexLocker lock(&s_mutex);
+        s_messages.clear();
         s_previous = qInstallMessageHandler(&WarningCapture::handle);
     }
     ~WarningCapture() { qInstallMessageHandler(s_previous); }
 
-    QStringList messages() const
-    {
-        QMutexLocker lock(&s_mutex);
-        return s_messages;
-    }
     QStringList startingWith(const QString &prefix) const
     {
-        QStringList found;
-        for (const QString &message : messages()) {
-            if (message.startsWith(prefix))
-                found.append(message);
-        }
-        return found;
+        QMutexLocker lock(&s_mutex);
+        return s_messages.filter(QRegularExpression("^" + QRegularExpression::escape(prefix)));
     }
     int countStartingWith(const QString &prefix) const { return int(startingWith(prefix).size()); }
 
