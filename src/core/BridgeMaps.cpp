@@ -145,14 +145,14 @@ QVariantMap clipToMap(const Project &project, const Clip &clip, int assetIndex)
     map.add(QStringLiteral("reverse"), clip.reverse);
     // Styles only matter to the clips that draw them; other clips get empty maps.
     map.add(QStringLiteral("shapeStyle"),
-            clip.type == ClipType::shape ? shapeStyleToJson(clip.shapeStyle).toVariantMap() : QVariantMap());
+            clip.type == ClipType::shape ? shapeStyleToVariantMap(clip.shapeStyle) : QVariantMap());
     map.add(QStringLiteral("sourceDuration"), mapSeconds(clipSourceLengthUs(project, clip)));
     map.add(QStringLiteral("speed"), clip.speed);
     map.add(QStringLiteral("start"), mapSeconds(clip.timelineStartUs));
     map.add(QStringLiteral("subtitleCues"), subtitleCuesToList(clip.subtitleCues));
     map.add(QStringLiteral("textContent"), clip.textContent);
     map.add(QStringLiteral("textStyle"),
-            usesTextStyle(clip.type) ? textStyleToJson(clip.textStyle).toVariantMap() : QVariantMap());
+            usesTextStyle(clip.type) ? textStyleToVariantMap(clip.textStyle) : QVariantMap());
     map.add(QStringLiteral("thumbnailPath"), clip.thumbnailPath);
     map.add(QStringLiteral("volume"), volumeValue(clip));
     return map.take();

@@ -116,6 +116,16 @@ TEST(ProjectJsonRoundTrip, FixtureMovesEveryWrittenKeyAwayFromItsDefault)
     EXPECT_EQ(unchanged, QStringList{"project.version"});
 }
 
+TEST(ProjectJsonWriter, StyleMapsForQmlMatchTheJsonForm)
+{
+    // QML reads styles as maps built without JSON in between; they must say exactly what the
+    // file says, for a style with every field away from its default.
+    const Project project = fullProject();
+    const Clip &clip = project.tracks[0].clips[0];
+    EXPECT_EQ(textStyleToVariantMap(clip.textStyle), textStyleToJson(clip.textStyle).toVariantMap());
+    EXPECT_EQ(shapeStyleToVariantMap(clip.shapeStyle), shapeStyleToJson(clip.shapeStyle).toVariantMap());
+}
+
 TEST(ProjectJsonWriter, WritesExactlyTheKeysOfTheFormat)
 {
     const QJsonObject project = projectToJson(fullProject());

@@ -122,9 +122,14 @@ inline QJsonArray readArray(const QJsonObject &object, QLatin1StringView key)
 }
 
 // An invalid colour has no name of its own; it is written as opaque black.
-inline QJsonValue colorValue(const QColor &color)
+inline QString colorText(const QColor &color)
 {
     return color.isValid() ? color.name(QColor::HexArgb) : QStringLiteral("#ff000000");
+}
+
+inline QJsonValue colorValue(const QColor &color)
+{
+    return colorText(color);
 }
 
 inline QJsonValue timeValue(TimeUs timeUs)

@@ -4,6 +4,7 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QVariantMap>
 #include <QString>
 
 namespace orvel {
@@ -34,9 +35,12 @@ QJsonArray speedCurveToJson(const SpeedCurve &curve);
 SpeedCurve speedCurveFromJson(const QJsonArray &json);
 
 QJsonObject textStyleToJson(const TextStyle &style);
+// The same keys and values as the JSON form, as a map for QML.
+QVariantMap textStyleToVariantMap(const TextStyle &style);
 TextStyle textStyleFromJson(const QJsonObject &json);
 
 QJsonObject shapeStyleToJson(const ShapeStyle &style);
+QVariantMap shapeStyleToVariantMap(const ShapeStyle &style);
 ShapeStyle shapeStyleFromJson(const QJsonObject &json);
 
 QJsonObject clipMaskToJson(const ClipMask &mask);

@@ -6,6 +6,7 @@
 #include <QJsonArray>
 
 #include <algorithm>
+#include <map>
 
 namespace orvel {
 
@@ -15,13 +16,15 @@ namespace stylejson {
 // Kept inside this file's own namespace so that unity builds do not spread it.
 using namespace jsonvalue;
 
-QJsonObject highlightToJson(const TextHighlightBox &box)
+// The style writers fill any object type with an insert(QString, value) member: QJsonObject for
+// files, VariantMapWriter for the maps QML reads. One key list serves both, so they cannot drift.
+template <typename Object> Object highlightTo(const TextHighlightBox &box)
 {
-    QJsonObject json;
-    json.insert("enabled"_L1, box.enabled);
-    json.insert("color"_L1, colorValue(box.color));
-    json.insert("padding"_L1, box.padding);
-    json.insert("radius"_L1, box.radius);
+    Object json;
+    json.insert(u"enabled"_s, box.enabled);
+    json.insert(u"color"_s, colorText(box.color));
+    json.insert(u"padding"_s, box.padding);
+    json.insert(u"radius"_s, box.radius);
     return json;
 }
 
@@ -35,19 +38,19 @@ TextHighlightBox highlightFromJson(const QJsonObject &json)
     return box;
 }
 
-QJsonObject accentToJson(const TextAccent &accent)
+template <typename Object> Object accentTo(const TextAccent &accent)
 {
-    QJsonObject json;
-    json.insert("rule"_L1, textAccentRuleName(accent.rule));
-    json.insert("n"_L1, accent.n);
-    json.insert("phase"_L1, accent.phase);
-    json.insert("colorEnabled"_L1, accent.colorEnabled);
-    json.insert("color"_L1, colorValue(accent.color));
-    json.insert("sizeScale"_L1, accent.sizeScale);
-    json.insert("outlineEnabled"_L1, accent.outlineEnabled);
-    json.insert("outlineWidth"_L1, accent.outlineWidth);
-    json.insert("outlineColor"_L1, colorValue(accent.outlineColor));
-    json.insert("highlight"_L1, highlightToJson(accent.highlight));
+    Object json;
+    json.insert(u"rule"_s, textAccentRuleName(accent.rule));
+    json.insert(u"n"_s, accent.n);
+    json.insert(u"phase"_s, accent.phase);
+    json.insert(u"colorEnabled"_s, accent.colorEnabled);
+    json.insert(u"color"_s, colorText(accent.color));
+    json.insert(u"sizeScale"_s, accent.sizeScale);
+    json.insert(u"outlineEnabled"_s, accent.outlineEnabled);
+    json.insert(u"outlineWidth"_s, accent.outlineWidth);
+    json.insert(u"outlineColor"_s, colorText(accent.outlineColor));
+    json.insert(u"highlight"_s, highlightTo<Object>(accent.highlight));
     return json;
 }
 
@@ -83,14 +86,14 @@ const AnimKeys kAnimInKeys{"animInKind"_L1, "animInDurationUs"_L1, "animInEase"_
 const AnimKeys kAnimOutKeys{"animOutKind"_L1, "animOutDurationUs"_L1, "animOutEase"_L1,
                             "animOutUnit"_L1, "animOutStaggerUs"_L1,  "animOutOrder"_L1};
 
-void writeAnimation(QJsonObject &json, const AnimKeys &keys, const TextAnimation &anim)
+template <typename Object> void writeAnimation(Object &json, const AnimKeys &keys, const TextAnimation &anim)
 {
-    json.insert(keys.kind, textAnimKindName(anim.kind));
-    json.insert(keys.durationUs, timeValue(anim.durationUs));
-    json.insert(keys.ease, textAnimEaseName(anim.ease));
-    json.insert(keys.unit, textAnimUnitName(anim.unit));
-    json.insert(keys.staggerUs, timeValue(anim.staggerUs));
-    json.insert(keys.order, textAnimOrderName(anim.order));
+    json.insert(QString(keys.kind), textAnimKindName(anim.kind));
+    json.insert(QString(keys.durationUs), double(anim.durationUs));
+    json.insert(QString(keys.ease), textAnimEaseName(anim.ease));
+    json.insert(QString(keys.unit), textAnimUnitName(anim.unit));
+    json.insert(QString(keys.staggerUs), double(anim.staggerUs));
+    json.insert(QString(keys.order), textAnimOrderName(anim.order));
 }
 
 TextAnimation readAnimation(const QJsonObject &json, const AnimKeys &keys)
@@ -149,57 +152,108 @@ void readTextDecorations(const QJsonObject &json, TextStyle &style)
     style.underlineOffset = readDouble(json, "underlineOffset"_L1, style.underlineOffset);
 }
 
-void writeTextBasics(QJsonObject &json, const TextStyle &style)
+template <typename Object> void writeTextBasics(Object &json, const TextStyle &style)
 {
-    json.insert("packId"_L1, style.packId);
-    json.insert("fontFamily"_L1, style.fontFamily);
-    json.insert("pixelSize"_L1, style.pixelSize);
-    json.insert("fontWeight"_L1, style.fontWeight);
-    json.insert("italic"_L1, style.italic);
-    json.insert("color"_L1, colorValue(style.color));
-    json.insert("align"_L1, textAlignName(style.align));
-    json.insert("valign"_L1, textVAlignName(style.valign));
-    json.insert("wordWrap"_L1, style.wordWrap);
-    json.insert("lineHeight"_L1, style.lineHeight);
-    json.insert("letterSpacing"_L1, style.letterSpacing);
-    json.insert("outlineWidth"_L1, style.outlineWidth);
-    json.insert("outlineColor"_L1, colorValue(style.outlineColor));
+    json.insert(u"packId"_s, style.packId);
+    json.insert(u"fontFamily"_s, style.fontFamily);
+    json.insert(u"pixelSize"_s, style.pixelSize);
+    json.insert(u"fontWeight"_s, style.fontWeight);
+    json.insert(u"italic"_s, style.italic);
+    json.insert(u"color"_s, colorText(style.color));
+    json.insert(u"align"_s, textAlignName(style.align));
+    json.insert(u"valign"_s, textVAlignName(style.valign));
+    json.insert(u"wordWrap"_s, style.wordWrap);
+    json.insert(u"lineHeight"_s, style.lineHeight);
+    json.insert(u"letterSpacing"_s, style.letterSpacing);
+    json.insert(u"outlineWidth"_s, style.outlineWidth);
+    json.insert(u"outlineColor"_s, colorText(style.outlineColor));
 }
 
-void writeTextDecorations(QJsonObject &json, const TextStyle &style)
+template <typename Object> void writeTextDecorations(Object &json, const TextStyle &style)
 {
-    json.insert("shadowEnabled"_L1, style.shadowEnabled);
-    json.insert("shadowOffsetX"_L1, style.shadowOffsetX);
-    json.insert("shadowOffsetY"_L1, style.shadowOffsetY);
-    json.insert("shadowBlur"_L1, style.shadowBlur);
-    json.insert("shadowOpacity"_L1, style.shadowOpacity);
-    json.insert("shadowColor"_L1, colorValue(style.shadowColor));
-    json.insert("glowEnabled"_L1, style.glowEnabled);
-    json.insert("glowColor"_L1, colorValue(style.glowColor));
-    json.insert("glowRadius"_L1, style.glowRadius);
-    json.insert("glowOpacity"_L1, style.glowOpacity);
-    json.insert("boxEnabled"_L1, style.boxEnabled);
-    json.insert("boxColor"_L1, colorValue(style.boxColor));
-    json.insert("boxPadding"_L1, style.boxPadding);
-    json.insert("boxRadius"_L1, style.boxRadius);
-    json.insert("wordHighlight"_L1, highlightToJson(style.wordHighlight));
-    json.insert("underlineEnabled"_L1, style.underlineEnabled);
-    json.insert("underlineColor"_L1, colorValue(style.underlineColor));
-    json.insert("underlineWidth"_L1, style.underlineWidth);
-    json.insert("underlineOffset"_L1, style.underlineOffset);
+    json.insert(u"shadowEnabled"_s, style.shadowEnabled);
+    json.insert(u"shadowOffsetX"_s, style.shadowOffsetX);
+    json.insert(u"shadowOffsetY"_s, style.shadowOffsetY);
+    json.insert(u"shadowBlur"_s, style.shadowBlur);
+    json.insert(u"shadowOpacity"_s, style.shadowOpacity);
+    json.insert(u"shadowColor"_s, colorText(style.shadowColor));
+    json.insert(u"glowEnabled"_s, style.glowEnabled);
+    json.insert(u"glowColor"_s, colorText(style.glowColor));
+    json.insert(u"glowRadius"_s, style.glowRadius);
+    json.insert(u"glowOpacity"_s, style.glowOpacity);
+    json.insert(u"boxEnabled"_s, style.boxEnabled);
+    json.insert(u"boxColor"_s, colorText(style.boxColor));
+    json.insert(u"boxPadding"_s, style.boxPadding);
+    json.insert(u"boxRadius"_s, style.boxRadius);
+    json.insert(u"wordHighlight"_s, highlightTo<Object>(style.wordHighlight));
+    json.insert(u"underlineEnabled"_s, style.underlineEnabled);
+    json.insert(u"underlineColor"_s, colorText(style.underlineColor));
+    json.insert(u"underlineWidth"_s, style.underlineWidth);
+    json.insert(u"underlineOffset"_s, style.underlineOffset);
 }
+
+} // namespace stylejson
+
+namespace stylejson {
+
+template <typename Object> Object textStyleTo(const TextStyle &style)
+{
+    Object json;
+    writeTextBasics(json, style);
+    writeTextDecorations(json, style);
+    json.insert(u"accent"_s, accentTo<Object>(style.accent));
+    writeAnimation(json, kAnimInKeys, style.animIn);
+    writeAnimation(json, kAnimOutKeys, style.animOut);
+    return json;
+}
+
+template <typename Object> Object shapeStyleTo(const ShapeStyle &style)
+{
+    Object json;
+    json.insert(u"kind"_s, shapeKindName(style.kind));
+    json.insert(u"fillKind"_s, shapeFillKindName(style.fillKind));
+    json.insert(u"fill"_s, colorText(style.fill));
+    json.insert(u"fillSecondary"_s, colorText(style.fillSecondary));
+    json.insert(u"gradientAngle"_s, style.gradientAngle);
+    json.insert(u"stroke"_s, colorText(style.stroke));
+    json.insert(u"strokeWidth"_s, style.strokeWidth);
+    json.insert(u"strokeStyle"_s, shapeStrokeStyleName(style.strokeStyle));
+    json.insert(u"cornerRadius"_s, style.cornerRadius);
+    json.insert(u"points"_s, style.points);
+    json.insert(u"innerRatio"_s, style.innerRatio);
+    json.insert(u"headSize"_s, style.headSize);
+    json.insert(u"thickness"_s, style.thickness);
+    json.insert(u"tailX"_s, style.tailX);
+    json.insert(u"tailSize"_s, style.tailSize);
+    return json;
+}
+
+// Builds a QVariantMap the cheap way: values go straight in as variants, with no JSON value in
+// between, and the map is handed over without a copy.
+class VariantMapWriter
+{
+public:
+    template <typename Value> void insert(const QString &key, const Value &value)
+    {
+        m_entries.insert_or_assign(key, QVariant::fromValue(value));
+    }
+    void insert(const QString &key, VariantMapWriter &&child) { m_entries.insert_or_assign(key, child.take()); }
+    QVariantMap take() { return QVariantMap(std::move(m_entries)); }
+
+private:
+    std::map<QString, QVariant> m_entries;
+};
 
 } // namespace stylejson
 
 QJsonObject textStyleToJson(const TextStyle &style)
 {
-    QJsonObject json;
-    stylejson::writeTextBasics(json, style);
-    stylejson::writeTextDecorations(json, style);
-    json.insert("accent"_L1, stylejson::accentToJson(style.accent));
-    stylejson::writeAnimation(json, stylejson::kAnimInKeys, style.animIn);
-    stylejson::writeAnimation(json, stylejson::kAnimOutKeys, style.animOut);
-    return json;
+    return stylejson::textStyleTo<QJsonObject>(style);
+}
+
+QVariantMap textStyleToVariantMap(const TextStyle &style)
+{
+    return stylejson::textStyleTo<stylejson::VariantMapWriter>(style).take();
 }
 
 TextStyle textStyleFromJson(const QJsonObject &json)
@@ -216,24 +270,12 @@ TextStyle textStyleFromJson(const QJsonObject &json)
 
 QJsonObject shapeStyleToJson(const ShapeStyle &style)
 {
-    using namespace jsonvalue;
-    QJsonObject json;
-    json.insert("kind"_L1, shapeKindName(style.kind));
-    json.insert("fillKind"_L1, shapeFillKindName(style.fillKind));
-    json.insert("fill"_L1, colorValue(style.fill));
-    json.insert("fillSecondary"_L1, colorValue(style.fillSecondary));
-    json.insert("gradientAngle"_L1, style.gradientAngle);
-    json.insert("stroke"_L1, colorValue(style.stroke));
-    json.insert("strokeWidth"_L1, style.strokeWidth);
-    json.insert("strokeStyle"_L1, shapeStrokeStyleName(style.strokeStyle));
-    json.insert("cornerRadius"_L1, style.cornerRadius);
-    json.insert("points"_L1, style.points);
-    json.insert("innerRatio"_L1, style.innerRatio);
-    json.insert("headSize"_L1, style.headSize);
-    json.insert("thickness"_L1, style.thickness);
-    json.insert("tailX"_L1, style.tailX);
-    json.insert("tailSize"_L1, style.tailSize);
-    return json;
+    return stylejson::shapeStyleTo<QJsonObject>(style);
+}
+
+QVariantMap shapeStyleToVariantMap(const ShapeStyle &style)
+{
+    return stylejson::shapeStyleTo<stylejson::VariantMapWriter>(style).take();
 }
 
 ShapeStyle shapeStyleFromJson(const QJsonObject &json)
