@@ -213,5 +213,3 @@ BENCHMARK(BM_SequentialNv12FullSize)->Iterations(1)->Unit(benchmark::kMillisecon
 BENCHMARK(BM_SequentialNv12At960x540)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_RandomAccessNv12)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_AudioDecode)->Iterations(3)->Unit(benchmark::kMillisecond);
-
-

@@ -4,5 +4,8 @@
 
 namespace orvel {
 // The version string of this build.
-inline QString applicationVersion() { return QStringLiteral("0.1.1"); }
+inline QString applicationVersion()
+{
+    return QStringLiteral("0.1.1");
+}
 } // namespace orvel

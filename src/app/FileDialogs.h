@@ -16,7 +16,8 @@ public:
     Q_INVOKABLE QString openFile(const QString &title, const QString &nameFilter) const;
     Q_INVOKABLE QStringList openFiles(const QString &title, const QString &nameFilter) const;
     // `defaultSuffix` is appended when the typed name has none ("orvel" gives "name.orvel").
-    Q_INVOKABLE QString saveFile(const QString &title, const QString &nameFilter, const QString &defaultSuffix,
+    Q_INVOKABLE QString saveFile(const QString &title, const QString &nameFilter,
+                                 const QString &defaultSuffix,
                                  const QString &suggestedName = QString()) const;
     Q_INVOKABLE QString openFolder(const QString &title) const;
 };

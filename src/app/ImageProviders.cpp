@@ -23,7 +23,8 @@ QImage cutStripCell(const QImage &strip, int frame, int count)
 
 QImage scaleToRequested(const QImage &image, const QSize &requestedSize, Qt::AspectRatioMode mode)
 {
-    if (image.isNull() || !requestedSize.isValid() || requestedSize.width() <= 0 || requestedSize.height() <= 0)
+    if (image.isNull() || !requestedSize.isValid() || requestedSize.width() <= 0 ||
+        requestedSize.height() <= 0)
         return image;
     return image.scaled(requestedSize, mode, Qt::SmoothTransformation);
 }
@@ -97,10 +98,13 @@ ClipPreviewImageProvider::ClipPreviewImageProvider() : QQuickImageProvider(QQuic
 
 QImage ClipPreviewImageProvider::requestImage(const QString &, QSize *size, const QSize &requestedSize)
 {
-    return reportSize(orvel::scaleToRequested(orvel::clipPreviewImage(), requestedSize, Qt::KeepAspectRatio), size);
+    return reportSize(orvel::scaleToRequested(orvel::clipPreviewImage(), requestedSize, Qt::KeepAspectRatio),
+                      size);
 }
 
-TextStylePreviewImageProvider::TextStylePreviewImageProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+TextStylePreviewImageProvider::TextStylePreviewImageProvider()
+    : QQuickImageProvider(QQuickImageProvider::Image)
+{}
 
 QImage TextStylePreviewImageProvider::requestImage(const QString &id, QSize *size, const QSize &)
 {

@@ -147,7 +147,8 @@ QStringList loadFontCatalogFrom(const QStringList &roots)
 
 QStringList loadFontCatalog()
 {
-    return loadFontCatalogFrom(packageRoots("ORVEL_FONTS_DIR", QStringLiteral("fonts"), QStringLiteral("fonts")));
+    return loadFontCatalogFrom(
+        packageRoots("ORVEL_FONTS_DIR", QStringLiteral("fonts"), QStringLiteral("fonts")));
 }
 
 QList<FontFamilyEntry> fontCatalogEntries()
@@ -185,7 +186,8 @@ QStringList loadEmojiFontsFrom(const QStringList &roots)
 
 QStringList loadEmojiFonts()
 {
-    QStringList roots = packageRoots("ORVEL_EMOJI_FONT_DIR", QStringLiteral("emoji-font"), QStringLiteral("emoji-font"));
+    QStringList roots =
+        packageRoots("ORVEL_EMOJI_FONT_DIR", QStringLiteral("emoji-font"), QStringLiteral("emoji-font"));
     for (const QString &extra :
          packageRoots("ORVEL_EMOJI_FONT_DIR", QStringLiteral("emoji-fonts"), QStringLiteral("emoji-fonts"))) {
         if (!roots.contains(extra))

@@ -8,7 +8,8 @@ namespace orvel {
 
 QString denoiseOutputDirectory()
 {
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)).filePath(QStringLiteral("denoised"));
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation))
+        .filePath(QStringLiteral("denoised"));
 }
 
 int sweepStaleDenoiseFiles(const QString &directory)

@@ -10,7 +10,8 @@ QRectF letterboxRect(const QRectF &bounds, const QSize &textureSize)
 {
     if (textureSize.isEmpty() || bounds.isEmpty())
         return {};
-    const double scale = std::min(bounds.width() / textureSize.width(), bounds.height() / textureSize.height());
+    const double scale =
+        std::min(bounds.width() / textureSize.width(), bounds.height() / textureSize.height());
     const double width = textureSize.width() * scale;
     const double height = textureSize.height() * scale;
     return QRectF(bounds.x() + (bounds.width() - width) / 2.0, bounds.y() + (bounds.height() - height) / 2.0,

@@ -49,8 +49,8 @@ TEST(StripCells, CutsTheRequestedCellAndClampsPastTheEnd)
 TEST(StripCells, ReturnsWholeImageWhenNoCutApplies)
 {
     const QImage strip = makeStrip(20, 8, 8);
-    EXPECT_EQ(cutStripCell(strip, 3, 0).size(), strip.size());  // frame without count
-    EXPECT_EQ(cutStripCell(strip, -1, 8).size(), strip.size()); // count without frame
+    EXPECT_EQ(cutStripCell(strip, 3, 0).size(), strip.size());   // frame without count
+    EXPECT_EQ(cutStripCell(strip, -1, 8).size(), strip.size());  // count without frame
     const QImage narrow = makeStrip(1, 4, 5);                    // 5 px wide
     EXPECT_EQ(cutStripCell(narrow, 1, 6).size(), narrow.size()); // narrower than count
     // Integer division: a 163 px strip of 8 cells gives 20 px cells.
@@ -90,7 +90,8 @@ TEST(OrvelImages, MissingEmptyAndResourcePaths)
     OrvelImageProvider provider;
     QSize size(-5, -5);
     EXPECT_TRUE(provider.requestImage(QString(), &size, QSize()).isNull());
-    EXPECT_TRUE(provider.requestImage(encodedId(QStringLiteral("/no/such/file.png")), &size, QSize()).isNull());
+    EXPECT_TRUE(
+        provider.requestImage(encodedId(QStringLiteral("/no/such/file.png")), &size, QSize()).isNull());
     EXPECT_TRUE(size.isEmpty());
 
     QTemporaryDir dir;
@@ -102,8 +103,10 @@ TEST(OrvelImages, MissingEmptyAndResourcePaths)
     EXPECT_TRUE(provider.requestImage(encodedId(notAnImage), &size, QSize()).isNull());
 
     // Resources load both as "qrc:" and ":/" paths (the application icon is compiled in).
-    EXPECT_FALSE(provider.requestImage(encodedId(QStringLiteral(":/app/orvel.png")), &size, QSize()).isNull());
-    EXPECT_FALSE(provider.requestImage(encodedId(QStringLiteral("qrc:/app/orvel.png")), &size, QSize()).isNull());
+    EXPECT_FALSE(
+        provider.requestImage(encodedId(QStringLiteral(":/app/orvel.png")), &size, QSize()).isNull());
+    EXPECT_FALSE(
+        provider.requestImage(encodedId(QStringLiteral("qrc:/app/orvel.png")), &size, QSize()).isNull());
 }
 
 TEST(OrvelImages, AlphaImagesArePremultiplied)
@@ -115,7 +118,8 @@ TEST(OrvelImages, AlphaImagesArePremultiplied)
     ASSERT_TRUE(alpha.save(path));
     OrvelImageProvider provider;
     QSize size;
-    EXPECT_EQ(provider.requestImage(encodedId(path), &size, QSize()).format(), QImage::Format_ARGB32_Premultiplied);
+    EXPECT_EQ(provider.requestImage(encodedId(path), &size, QSize()).format(),
+              QImage::Format_ARGB32_Premultiplied);
 }
 
 TEST(SharedImageProviders, SegmentAnswersFrameAndMaskOnly)
@@ -128,8 +132,10 @@ TEST(SharedImageProviders, SegmentAnswersFrameAndMaskOnly)
     orvel::setSegmentMaskImage(mask);
     SegmentImageProvider provider;
     QSize size;
-    EXPECT_EQ(provider.requestImage(QStringLiteral("frame?rev=3"), &size, QSize()).pixelColor(1, 1), QColor(Qt::blue));
-    EXPECT_EQ(provider.requestImage(QStringLiteral("mask?rev=4"), &size, QSize()).format(), QImage::Format_Grayscale8);
+    EXPECT_EQ(provider.requestImage(QStringLiteral("frame?rev=3"), &size, QSize()).pixelColor(1, 1),
+              QColor(Qt::blue));
+    EXPECT_EQ(provider.requestImage(QStringLiteral("mask?rev=4"), &size, QSize()).format(),
+              QImage::Format_Grayscale8);
     EXPECT_TRUE(provider.requestImage(QStringLiteral("other"), &size, QSize()).isNull());
     // Scaling keeps the aspect inside the requested box.
     provider.requestImage(QStringLiteral("frame"), &size, QSize(32, 32));
@@ -143,7 +149,8 @@ TEST(SharedImageProviders, ClipPreviewAnswersAnyIdAndResets)
     orvel::setClipPreviewImage(frame);
     ClipPreviewImageProvider provider;
     QSize size;
-    EXPECT_EQ(provider.requestImage(QStringLiteral("frame?rev=9"), &size, QSize(50, 50)).size(), QSize(50, 25));
+    EXPECT_EQ(provider.requestImage(QStringLiteral("frame?rev=9"), &size, QSize(50, 50)).size(),
+              QSize(50, 25));
     EXPECT_EQ(provider.requestImage(QStringLiteral("anything"), &size, QSize()).size(), QSize(100, 50));
     orvel::resetClipPreviewImage();
     EXPECT_TRUE(provider.requestImage(QStringLiteral("frame"), &size, QSize()).isNull());

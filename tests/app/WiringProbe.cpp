@@ -33,9 +33,10 @@ void recordMessage(QtMsgType type, const QMessageLogContext &, const QString &me
 bool singletonsAreOneObject(QQmlApplicationEngine &engine)
 {
     QQmlComponent component(&engine);
-    component.setData("import QtQml\nimport Orvel\nQtObject { property bool same: EditorState === AppController "
-                      "&& EditorState !== null }",
-                      QUrl());
+    component.setData(
+        "import QtQml\nimport Orvel\nQtObject { property bool same: EditorState === AppController "
+        "&& EditorState !== null }",
+        QUrl());
     QObject *object = component.create();
     const bool same = object && object->property("same").toBool();
     delete object;
@@ -54,12 +55,15 @@ void checkMainWindow(QQmlApplicationEngine &engine, const QString &screenshotPat
         return;
     }
     const bool same = singletonsAreOneObject(engine);
-    QObject::connect(window, &QQuickWindow::frameSwapped, window, [window, same, screenshotPath] {
-        if (!screenshotPath.isEmpty())
-            window->grabWindow().save(screenshotPath);
-        QMutexLocker lock(&messagesMutex);
-        QCoreApplication::exit(!same ? 2 : (warnings.isEmpty() ? 0 : 3));
-    }, Qt::SingleShotConnection);
+    QObject::connect(
+        window, &QQuickWindow::frameSwapped, window,
+        [window, same, screenshotPath] {
+            if (!screenshotPath.isEmpty())
+                window->grabWindow().save(screenshotPath);
+            QMutexLocker lock(&messagesMutex);
+            QCoreApplication::exit(!same ? 2 : (warnings.isEmpty() ? 0 : 3));
+        },
+        Qt::SingleShotConnection);
     QTimer::singleShot(20000, [] { QCoreApplication::exit(5); });
 }
 

@@ -26,7 +26,8 @@ ProbeResult runProbe(const QStringList &arguments, const QString &homeDir)
     // warning it prints is about the program itself.
     const QString runtimeDir = homeDir + QStringLiteral("/runtime");
     QDir().mkpath(runtimeDir);
-    QFile::setPermissions(runtimeDir, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile::setPermissions(runtimeDir,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtimeDir);
     probe.setProcessEnvironment(env);
     probe.setProcessChannelMode(QProcess::MergedChannels);

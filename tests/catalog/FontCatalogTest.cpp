@@ -31,7 +31,8 @@ TEST(PackageRootsTest, EnvironmentFirstThenDefaultsWithoutDuplicates)
                                  QDir::listSeparator() + a.path() + "/")
                                     .toUtf8());
     orvel::setAddonRootsProvider([&](const QString &sub) { return QStringList{b.path(), "/addons/" + sub}; });
-    const QStringList roots = orvel::packageRoots("ORVEL_TEST_ROOTS", QStringLiteral("fonts"), QStringLiteral("fonts"));
+    const QStringList roots =
+        orvel::packageRoots("ORVEL_TEST_ROOTS", QStringLiteral("fonts"), QStringLiteral("fonts"));
     orvel::setAddonRootsProvider({});
     ASSERT_GE(roots.size(), 4);
     EXPECT_EQ(roots[0], a.path());

@@ -28,7 +28,7 @@ struct SubtitleCue
 struct EffectInstance
 {
     QString name;
-    QVariantMap parameters;                      // parameter id to value
+    QVariantMap parameters;                         // parameter id to value
     QMap<QString, AnimatedProperty> paramKeyframes; // empty properties are not saved
     QString catalogId;
 };
@@ -193,8 +193,8 @@ struct Clip
     TimeUs fadeInUs = 0;
     TimeUs fadeOutUs = 0;
     FadeCurve fadeCurve = FadeCurve::smooth;
-    AnimatedProperty opacity;  // 1.0 when empty
-    AnimatedProperty x;        // top-left in project pixels, 0 when empty
+    AnimatedProperty opacity; // 1.0 when empty
+    AnimatedProperty x;       // top-left in project pixels, 0 when empty
     AnimatedProperty y;
     AnimatedProperty width;    // project's width when empty
     AnimatedProperty height;   // project's height when empty

@@ -4,8 +4,8 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QVariantMap>
 #include <QString>
+#include <QVariantMap>
 
 namespace orvel {
 

@@ -21,8 +21,8 @@ double segmentSpeed(const SpeedCurvePoint &left, const SpeedCurvePoint &right, d
 {
     if (right.pos - left.pos <= kNearEqual)
         return right.speed;
-    const double param = solveBezierParameter(left.pos, left.pos + left.outDx, right.pos + right.inDx,
-                                              right.pos, u);
+    const double param =
+        solveBezierParameter(left.pos, left.pos + left.outDx, right.pos + right.inDx, right.pos, u);
     return cubicBezier(left.speed, left.speed + left.outDy, right.speed + right.inDy, right.speed, param);
 }
 

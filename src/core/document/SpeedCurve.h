@@ -51,6 +51,9 @@ double speedAtTimeline(const SpeedCurve &curve, TimeUs timelineOffsetUs, TimeUs 
 SpeedCurve subCurve(const SpeedCurve &curve, double a, double b);
 
 // Old files may hold a non-positive constant speed; every formula reads it as 1.0.
-inline double effectiveSpeed(double speed) { return speed > 0.0 ? speed : 1.0; }
+inline double effectiveSpeed(double speed)
+{
+    return speed > 0.0 ? speed : 1.0;
+}
 
 } // namespace orvel

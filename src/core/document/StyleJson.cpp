@@ -237,7 +237,10 @@ public:
     {
         m_entries.insert_or_assign(key, QVariant::fromValue(value));
     }
-    void insert(const QString &key, VariantMapWriter &&child) { m_entries.insert_or_assign(key, child.take()); }
+    void insert(const QString &key, VariantMapWriter &&child)
+    {
+        m_entries.insert_or_assign(key, child.take());
+    }
     QVariantMap take() { return QVariantMap(std::move(m_entries)); }
 
 private:
