@@ -1,10 +1,7 @@
 // The controller as QML sees it: registered under both singleton names of module Orvel, with a
 // component whose bindings read tracks, the timeline model and the selected clip, and follow edits.
-#include "core/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "ControllerFixture.h"
 
-#include <QJsonDocument>
 #include <QQmlComponent>
 #include <QQmlEngine>
 
@@ -12,7 +9,7 @@
 
 #include <memory>
 
-using namespace orvel;
+using namespace fixture;
 
 namespace {
 
@@ -43,26 +40,16 @@ QtObject {
 }
 )";
 
-Project qmlProject()
-{
-    Project project;
-    Clip clip;
-    clip.id = QStringLiteral("intro");
-    clip.name = QStringLiteral("Intro");
-    clip.type = ClipType::video;
-    clip.timelineDurationUs = 4000000;
-    clip.srcOutUs = 4000000;
-    project.tracks[0].clips = {clip};
-    return project;
-}
-
 } // namespace
 
-TEST(BridgeQml, BindingsFollowEditsMadeThroughTheSlots)
+class BridgeQml : public ControllerTest
+{};
+
+TEST_F(BridgeQml, BindingsFollowEditsMadeThroughTheSlots)
 {
-    AssetLibrary library;
-    AppController controller(&library);
-    ASSERT_TRUE(controller.loadProjectJson(QJsonDocument(projectToJson(qmlProject())).toJson()));
+    Clip intro = makeClip("intro", 0, 4000000);
+    intro.name = QStringLiteral("Intro");
+    load(makeProject({makeTrack(TrackType::video, {intro})}));
     qmlRegisterSingletonInstance<AppController>("Orvel", 1, 0, "EditorState", &controller);
     qmlRegisterSingletonInstance<AppController>("Orvel", 1, 0, "AppController", &controller);
 

@@ -1,88 +1,56 @@
 // What QML reads from the controller: the map forms, the two list models, the keyboard table and
 // the clips under the playhead.
-#include "core/AppController.h"
+#include "ControllerFixture.h"
 #include "core/BridgeMaps.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
 
 #include <QAbstractItemModelTester>
 #include <QCursor>
 #include <QGuiApplication>
-#include <QJsonDocument>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QUndoStack>
 
-#include <gtest/gtest.h>
-
-using namespace orvel;
+using namespace fixture;
 
 namespace {
 
 Clip bridgeClip(const QString &id, TimeUs startUs, TimeUs durationUs, ClipType type = ClipType::video)
 {
-    Clip clip;
-    clip.id = id;
-    clip.name = id;
-    clip.type = type;
-    clip.timelineStartUs = startUs;
-    clip.timelineDurationUs = durationUs;
-    clip.srcInUs = 500000;
-    clip.srcOutUs = 500000 + durationUs;
-    return clip;
-}
-
-Track bridgeTrack(TrackType type, const QList<Clip> &clips)
-{
-    Track track;
-    track.type = type;
-    track.clips = clips;
-    return track;
+    return makeClip(id, startUs, durationUs, type, 500000);
 }
 
 // Row 0: video v1 (0-2 s, asset "second") and v2 (1.5-4 s, overlapping); row 1: a hidden video row;
 // row 2: an audio row; row 3: a text row.
 Project bridgeProject()
 {
-    Project project;
-    Asset first;
-    first.id = QStringLiteral("first");
-    first.kind = AssetKind::video;
-    Asset second = first;
-    second.id = QStringLiteral("second");
+    Asset second = makeAsset("second", AssetKind::video);
     second.durationUs = 8000000;
-    project.insertAsset(first);
-    project.insertAsset(second);
-
     Clip v1 = bridgeClip("v1", 0, 2000000);
     v1.assetId = QStringLiteral("second");
     v1.linkId = QStringLiteral("link");
-    v1.opacity.keyframes.insert(0, Keyframe{0.0});
-    v1.opacity.keyframes.insert(1000000, Keyframe{1.0});
+    v1.opacity = keys({{0, 0.0}, {1000000, 1.0}});
     EffectInstance blur;
     blur.name = QStringLiteral("Blur");
     blur.catalogId = QStringLiteral("fx.blur");
-    blur.parameters.insert(QStringLiteral("radius"), 4.0);
-    blur.parameters.insert(QStringLiteral("inverted"), true);
+    blur.parameters = {{QStringLiteral("radius"), 4.0}, {QStringLiteral("inverted"), true}};
     v1.effects = {blur};
     EffectInstance echo;
     echo.name = QStringLiteral("Echo");
     echo.catalogId = QStringLiteral("afx.echo");
     echo.parameters.insert(QStringLiteral("mix"), 0.3);
     v1.audioEffects = {echo};
-    Track hidden = bridgeTrack(TrackType::video, {bridgeClip("h", 0, 9000000)});
+    Track hidden = makeTrack(TrackType::video, {bridgeClip("h", 0, 9000000)});
     hidden.hidden = true;
     Clip title = bridgeClip("title", 0, 3000000, ClipType::text);
     title.textContent = QStringLiteral("Hello");
-    project.tracks = {bridgeTrack(TrackType::video, {v1, bridgeClip("v2", 1500000, 2500000)}), hidden,
-                      bridgeTrack(TrackType::audio, {bridgeClip("s", 1000000, 5000000, ClipType::audio)}),
-                      bridgeTrack(TrackType::text, {title})};
-    return project;
+    return makeProject({makeTrack(TrackType::video, {v1, bridgeClip("v2", 1500000, 2500000)}), hidden,
+                        makeTrack(TrackType::audio, {bridgeClip("s", 1000000, 5000000, ClipType::audio)}),
+                        makeTrack(TrackType::text, {title})},
+                       {makeAsset("first", AssetKind::video), second});
 }
 
 } // namespace
 
-class ControllerBridge : public testing::Test
+class ControllerBridge : public ControllerTest
 {
 protected:
     void SetUp() override
@@ -90,14 +58,6 @@ protected:
         QSettings().remove(QStringLiteral("shortcuts"));
         QSettings().remove(QStringLiteral("preview/guidesEnabled"));
     }
-    void load(const Project &project)
-    {
-        ASSERT_TRUE(controller.loadProjectJson(QJsonDocument(projectToJson(project)).toJson()));
-    }
-    const Project &doc() const { return controller.project(); }
-
-    AssetLibrary library;
-    AppController controller{&library};
 };
 
 TEST_F(ControllerBridge, ClipMapCarriesTheDocumentInSecondsAndBadIndicesGiveNothing)
@@ -105,7 +65,6 @@ TEST_F(ControllerBridge, ClipMapCarriesTheDocumentInSecondsAndBadIndicesGiveNoth
     load(bridgeProject());
     const QVariantMap v1 = controller.clipAt(0.0, 0.0);
     EXPECT_EQ(v1.value("id").toString(), QStringLiteral("v1"));
-    EXPECT_EQ(v1.value("kind").toString(), QStringLiteral("video"));
     EXPECT_DOUBLE_EQ(v1.value("duration").toDouble(), 2.0);
     EXPECT_DOUBLE_EQ(v1.value("inPoint").toDouble(), 0.5);
     EXPECT_DOUBLE_EQ(v1.value("outPoint").toDouble(), 2.5);
@@ -119,11 +78,9 @@ TEST_F(ControllerBridge, ClipMapCarriesTheDocumentInSecondsAndBadIndicesGiveNoth
     EXPECT_EQ(v1.value("effects").toList().size(), 1);
     EXPECT_EQ(controller.clipAt(3.0, 0.0).value("textContent").toString(), QStringLiteral("Hello"));
 
-    EXPECT_TRUE(controller.clipAt(-1.0, 0.0).isEmpty());
-    EXPECT_TRUE(controller.clipAt(0.0, 2.0).isEmpty());
-    EXPECT_TRUE(controller.clipAt(4.0, 0.0).isEmpty());
-    EXPECT_TRUE(controller.clipAt(qQNaN(), 0.0).isEmpty());
-    EXPECT_TRUE(controller.clipAt(1e300, 0.0).isEmpty());
+    for (const auto &[track, index] :
+         {std::pair{-1.0, 0.0}, {0.0, 2.0}, {4.0, 0.0}, {qQNaN(), 0.0}, {1e300, 0.0}})
+        EXPECT_TRUE(controller.clipAt(track, index).isEmpty()) << track << ", " << index;
 }
 
 TEST_F(ControllerBridge, TracksListHoldsRowsAndTransitionMaps)
@@ -180,9 +137,7 @@ TEST_F(ControllerBridge, SelectedClipFormsFollowTheSelection)
     echo = controller.selectedClipAudioEffects().value(0).toMap();
     EXPECT_FALSE(echo.value("missing").toBool());
 
-    const QVariantList selection = controller.property("selection").toList();
-    ASSERT_EQ(selection.size(), 1);
-    EXPECT_EQ(selection[0].toMap().value("track").toInt(), 0);
+    EXPECT_EQ(controller.property("selection").toList(), selectionOf({{0, 0}}));
     controller.clearSelection();
     EXPECT_TRUE(controller.selectedClipEffects().isEmpty());
 }

@@ -1,50 +1,19 @@
 // Speed slots and the custom speed session, driven as QML drives them, with a fake preview
 // player standing in for the decoding one.
-#include "core/AppController.h"
+#include "ControllerFixture.h"
 #include "core/SpeedCurveSession.h"
 #include "core/document/ClipTiming.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
 
-#include <QJsonDocument>
 #include <QSignalSpy>
-#include <QUndoStack>
 
-#include <gtest/gtest.h>
-
-using namespace orvel;
+using namespace fixture;
 
 namespace {
 
 // A clip of the 20 s file "vid" playing source 1..5 s from timeline 0.
-Clip mediaClip(const QString &id, ClipType type = ClipType::video)
+Clip speedClip(const QString &id, ClipType type = ClipType::video)
 {
-    Clip clip;
-    clip.id = clip.name = id;
-    clip.type = type;
-    clip.assetId = QStringLiteral("vid");
-    clip.path = QStringLiteral("/media/vid.mp4");
-    clip.timelineDurationUs = 4000000;
-    clip.srcInUs = 1000000;
-    clip.srcOutUs = 5000000;
-    return clip;
-}
-
-Clip textClip()
-{
-    Clip clip;
-    clip.id = QStringLiteral("t");
-    clip.type = ClipType::text;
-    clip.timelineDurationUs = clip.srcOutUs = 1000000;
-    return clip;
-}
-
-Track track(TrackType type, const QList<Clip> &clips)
-{
-    Track result;
-    result.type = type;
-    result.clips = clips;
-    return result;
+    return mediaClip(id, 0, 4000000, type);
 }
 
 QVariantList flatPoints(double speed)
@@ -84,47 +53,37 @@ public:
     bool playing = false;
 };
 
-class ControllerSpeed : public testing::Test
+class ControllerSpeed : public ControllerTest
 {
 protected:
     // Tracks: video, text, then audio when audio clips are given.
-    void load(const QList<Clip> &clips, const QList<Clip> &audioClips = {})
+    void loadClips(const QList<Clip> &clips, const QList<Clip> &audioClips = {})
     {
-        Project project;
-        Asset video;
-        video.id = QStringLiteral("vid");
-        video.kind = AssetKind::video;
-        video.durationUs = 20000000;
-        project.insertAsset(video);
-        project.tracks[0].clips = clips;
-        project.tracks.append(track(TrackType::text, {textClip()}));
+        Project project =
+            makeProject({makeTrack(TrackType::video, clips),
+                         makeTrack(TrackType::text, {makeClip("t", 0, 1000000, ClipType::text)})},
+                        {makeAsset("vid", AssetKind::video)});
         if (!audioClips.isEmpty())
-            project.tracks.append(track(TrackType::audio, audioClips));
-        ASSERT_TRUE(controller.loadProjectJson(QJsonDocument(projectToJson(project)).toJson()));
+            project.tracks.append(makeTrack(TrackType::audio, audioClips));
+        load(project);
         controller.setClipPreviewPlayer(&player);
     }
-    const Project &doc() const { return controller.project(); }
-    const Clip &clip(int track, int index) const { return doc().tracks[track].clips[index]; }
     QByteArray clipJson(int track, int index) const
     {
         return QJsonDocument(clipToJson(clip(track, index))).toJson();
     }
-    QString undoText() { return controller.undoStack()->undoText(); }
-    int entries() { return controller.undoStack()->count(); }
 
-    AssetLibrary library;
-    AppController controller{&library};
     FakePreviewPlayer player;
 };
 
 // The timeline length stays and the source span follows, until the file's end cuts it.
 TEST_F(ControllerSpeed, SpeedChangeKeepsTheLengthUntilTheFileEnds)
 {
-    Clip nearEnd = mediaClip(QStringLiteral("end"));
+    Clip nearEnd = speedClip(QStringLiteral("end"));
     nearEnd.timelineStartUs = 5000000;
     nearEnd.srcInUs = 12000000;
     nearEnd.srcOutUs = 16000000;
-    load({mediaClip(QStringLiteral("a")), nearEnd});
+    loadClips({speedClip(QStringLiteral("a")), nearEnd});
 
     controller.setClipSpeed(0, 0, 2.0);
     EXPECT_EQ(undoText(), QStringLiteral("Speed changed"));
@@ -152,12 +111,12 @@ TEST_F(ControllerSpeed, SpeedChangeKeepsTheLengthUntilTheFileEnds)
 // an old file as 1.
 TEST_F(ControllerSpeed, ReverseClearCurveAndSourceTimes)
 {
-    Clip curved = mediaClip(QStringLiteral("c"));
+    Clip curved = speedClip(QStringLiteral("c"));
     curved.srcOutUs = 7000000;
     curved.speedCurve = normaliseSpeedCurve({SpeedCurvePoint{0.0, 3.0}, SpeedCurvePoint{1.0, 3.0}});
     curved.timelineStartUs = curved.timelineDurationUs = 2000000;
     curved.speed = 0.0;
-    load({curved});
+    loadClips({curved});
 
     controller.setClipReverse(0, 0, true);
     EXPECT_EQ(undoText(), QStringLiteral("Reverse on"));
@@ -187,11 +146,11 @@ TEST_F(ControllerSpeed, ReverseClearCurveAndSourceTimes)
 
 TEST_F(ControllerSpeed, SessionRefusesClipsWithoutMedia)
 {
-    Clip noPath = mediaClip(QStringLiteral("p"));
+    Clip noPath = speedClip(QStringLiteral("p"));
     noPath.path.clear();
-    Clip noSpan = mediaClip(QStringLiteral("s"));
+    Clip noSpan = speedClip(QStringLiteral("s"));
     noSpan.srcOutUs = noSpan.srcInUs;
-    load({noPath, noSpan});
+    loadClips({noPath, noSpan});
 
     controller.beginSpeedCurveSession(1, 0);
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Custom speed works on video and audio clips"));
@@ -209,10 +168,10 @@ TEST_F(ControllerSpeed, SessionRefusesClipsWithoutMedia)
 // Positions come from the working curve; the player hears of every change.
 TEST_F(ControllerSpeed, SessionDrivesThePlayerInRetimedTime)
 {
-    Clip slow = mediaClip(QStringLiteral("a"));
+    Clip slow = speedClip(QStringLiteral("a"));
     slow.speed = 0.5;
     slow.timelineDurationUs = 8000000;
-    load({slow});
+    loadClips({slow});
     controller.setPlaying(true);
     QSignalSpy session(&controller, &AppController::speedCurveSessionChanged);
 
@@ -263,15 +222,15 @@ TEST_F(ControllerSpeed, SessionDrivesThePlayerInRetimedTime)
 // The curve goes on a copy on a new track in the clip's place; keys keep their source frames.
 TEST_F(ControllerSpeed, ApplyPutsARetimedCopyOnANewTrackAndLeavesTheOriginal)
 {
-    Clip original = mediaClip(QStringLiteral("a"));
+    Clip original = speedClip(QStringLiteral("a"));
     original.timelineStartUs = 3000000;
     original.linkId = QStringLiteral("link");
     original.opacity.keyframes.insert(1000000, Keyframe{0.5});
     original.opacity.keyframes.insert(3000000, Keyframe{1.0});
-    Clip partner = mediaClip(QStringLiteral("a-audio"), ClipType::audio);
+    Clip partner = speedClip(QStringLiteral("a-audio"), ClipType::audio);
     partner.timelineStartUs = 3000000;
     partner.linkId = original.linkId;
-    load({original}, {partner});
+    loadClips({original}, {partner});
     const QByteArray originalJson = clipJson(0, 0);
     QSignalSpy applied(&controller, &AppController::speedCurveApplied);
 
@@ -312,28 +271,22 @@ TEST(RetimedClipCopy, AnUnnamedClipIsCalledClip)
     EXPECT_EQ(retimedClipCopy(unnamed, sessionStartCurve(unnamed)).name, QStringLiteral("Clip (retimed)"));
 }
 
-// Splitting a curved clip gives each half a 33-point polyline of its part of the curve.
+// Splitting a curved clip gives each half a 33-point polyline of its part of the curve; the rule's
+// arithmetic is checked with the split itself, this only that the slot goes through it.
 TEST_F(ControllerSpeed, SplittingACurvedClipGivesTwoPolylineCurves)
 {
-    Clip curved = mediaClip(QStringLiteral("c"));
+    Clip curved = speedClip(QStringLiteral("c"));
     curved.srcOutUs = 9000000; // 8 s of source
     curved.speedCurve = normaliseSpeedCurve(
         {SpeedCurvePoint{0.0, 0.5}, SpeedCurvePoint{0.5, 4.0}, SpeedCurvePoint{1.0, 1.0}});
     curved.timelineDurationUs = retimedDuration(curved.speedCurve, 8000000);
-    load({curved});
+    loadClips({curved});
 
     controller.splitClipAt(0, 0, 2.5);
     EXPECT_EQ(undoText(), QStringLiteral("Split clip"));
     ASSERT_EQ(doc().tracks[0].clips.size(), 2);
-    const Clip &left = clip(0, 0);
-    const Clip &right = clip(0, 1);
-    EXPECT_EQ(left.speedCurve.points.size(), 33);
-    EXPECT_EQ(right.speedCurve.points.size(), 33);
-    EXPECT_EQ(left.srcOutUs, right.srcInUs);
-    EXPECT_EQ(clipSourceSpanUs(left), sourceOffsetFromTimeline(curved.speedCurve, 2500000, 8000000));
-    const TimeUs leftUs = retimedDuration(left.speedCurve, clipSourceSpanUs(left));
-    const TimeUs rightUs = retimedDuration(right.speedCurve, clipSourceSpanUs(right));
-    const double tolerance = 0.002 * double(curved.timelineDurationUs);
-    EXPECT_NEAR(double(leftUs + rightUs), double(curved.timelineDurationUs), tolerance);
-    EXPECT_NEAR(double(leftUs), 2500000.0, tolerance);
+    EXPECT_EQ(clip(0, 0).speedCurve.points.size(), 33);
+    EXPECT_EQ(clip(0, 1).speedCurve.points.size(), 33);
+    EXPECT_EQ(clipSourceSpanUs(clip(0, 0)), sourceOffsetFromTimeline(curved.speedCurve, 2500000, 8000000));
+    EXPECT_EQ(clip(0, 0).srcOutUs, clip(0, 1).srcInUs);
 }
