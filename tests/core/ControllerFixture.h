@@ -106,6 +106,13 @@ inline QVariantList selectionOf(std::initializer_list<std::pair<int, int>> clips
     return list;
 }
 
+// Checks the named fields of a map QML reads; numbers compare by value whatever their type.
+inline void expectFields(const QVariantMap &map, const QVariantMap &expected)
+{
+    for (auto it = expected.begin(); it != expected.end(); ++it)
+        EXPECT_EQ(map.value(it.key()), it.value()) << "field " << it.key().toStdString();
+}
+
 // A controller over its own asset library, with the reads every suite makes.
 class ControllerTest : public testing::Test
 {
