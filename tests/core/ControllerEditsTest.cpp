@@ -2,7 +2,6 @@
 // signals and the resulting document out. The pure rules behind them have their own suites; these
 // cases check the wiring: partners, selection, undo entries and the words the user sees.
 #include "ControllerFixture.h"
-#include "core/ProjectSnapshotCommand.h"
 
 #include <QSignalSpy>
 
@@ -277,20 +276,6 @@ TEST_F(ControllerEdits, ACancelledDragRestoresTheExactDocument)
     const int after = entries();
     controller.commitPreviewDrag();
     EXPECT_EQ(entries(), after);
-}
-
-TEST(ProjectSnapshotCommand, UndoAndRedoRestoreTheAssetTable)
-{
-    Project live;
-    const Project before = live;
-    live.insertAsset(makeAsset("new", AssetKind::audio));
-    QUndoStack stack;
-    stack.push(new ProjectSnapshotCommand(&live, before, live, QStringLiteral("Import")));
-    stack.undo();
-    EXPECT_TRUE(live.assets.isEmpty());
-    EXPECT_TRUE(live.assetOrder.isEmpty());
-    stack.redo();
-    EXPECT_TRUE(live.assets.contains(QStringLiteral("new")));
 }
 
 TEST_F(ControllerEdits, AddingFromAssetsPlacesOnTheHomeTrack)

@@ -152,19 +152,15 @@ TEST_F(ControllerKeyframes, KeySlotsPushTheirOwnEntriesAndSkipNoOps)
     animated.opacity = keys({{0, 1.0}, {1000000, 0.5}});
     loadClip(animated);
     const QString opacity = QStringLiteral("opacity");
-    const auto expectEntry = [&](const char *text, const char *message) {
-        EXPECT_EQ(undoText(), QString::fromUtf8(text));
-        EXPECT_EQ(controller.lastMessage(), QString::fromUtf8(message));
-    };
 
     controller.setClipKeyframe(0, 0, opacity, local(3000000), 0.2); // forced: off-key with auto-key off
-    expectEntry("Add keyframe", "Keyframe set");
+    expectWords("Add keyframe", "Keyframe set");
     controller.setClipKeyframe(0, 0, opacity, 0.5, 0.8); // before the clip: its first instant
     EXPECT_EQ(keyed().opacity.keyframes.keys(), (QList<TimeUs>{0, 1000000, 3000000}));
     EXPECT_EQ(keyed().opacity.keyframes.value(0).value, 0.8);
 
     controller.setKeyframeTangents(0, 0, opacity, local(1020000), 0.2, 0.1, -0.3, 0.4, true);
-    expectEntry("Keyframe curve changed", "Keyframe curve updated");
+    expectWords("Keyframe curve changed", "Keyframe curve updated");
     const Keyframe shaped = keyed().opacity.keyframes.value(1000000);
     EXPECT_EQ(shaped.inDx, 0.0); // handles may not point the wrong way in time
     EXPECT_EQ(shaped.outDx, 0.0);
@@ -172,7 +168,7 @@ TEST_F(ControllerKeyframes, KeySlotsPushTheirOwnEntriesAndSkipNoOps)
     EXPECT_TRUE(shaped.corner);
 
     controller.setKeyframeHold(0, 0, opacity, local(1000000), true);
-    expectEntry("Keyframe hold changed", "Keyframe holds");
+    expectWords("Keyframe hold changed", "Keyframe holds");
     const int count = entries();
     controller.setKeyframeHold(0, 0, opacity, local(1000000), true);
     controller.removeClipKeyframe(0, 0, opacity, local(2000000)); // no key within 33 ms
@@ -180,17 +176,17 @@ TEST_F(ControllerKeyframes, KeySlotsPushTheirOwnEntriesAndSkipNoOps)
     controller.setClipKeyframe(0, 0, QStringLiteral("scale"), 1.0, 1.0);
     EXPECT_EQ(entries(), count);
     controller.setKeyframeHold(0, 0, opacity, local(1000000), false);
-    expectEntry("Keyframe hold changed", "Keyframe interpolates");
+    expectWords("Keyframe hold changed", "Keyframe interpolates");
 
     controller.removeClipKeyframe(0, 0, opacity, local(2970000));
-    expectEntry("Remove keyframe", "Keyframe removed");
+    expectWords("Remove keyframe", "Keyframe removed");
     EXPECT_FALSE(keyed().opacity.keyframes.contains(3000000));
 
     controller.toggleClipPropertyKeyframesEnabled(0, 0, opacity);
-    expectEntry("Disable keyframes", "Keyframes disabled");
+    expectWords("Disable keyframes", "Keyframes disabled");
     EXPECT_FALSE(controller.clipPropertyKeyframesEnabled(0, 0, opacity));
     controller.setClipPropertyKeyframesEnabled(0, 0, opacity, true);
-    expectEntry("Enable keyframes", "Keyframes enabled");
+    expectWords("Enable keyframes", "Keyframes enabled");
     controller.undo();
     EXPECT_FALSE(controller.clipPropertyKeyframesEnabled(0, 0, opacity));
 }
@@ -213,8 +209,7 @@ TEST_F(ControllerKeyframes, EasingPresetsAndTheirClassification)
         playheadAt(localUs);
         controller.setKeyframeInterpolation(0, 0, x, QString::fromUtf8(mode));
     }
-    EXPECT_EQ(undoText(), QStringLiteral("Keyframe easing changed"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Keyframe easing updated"));
+    expectWords("Keyframe easing changed", "Keyframe easing updated");
     controller.setKeyframeTangents(0, 0, x, local(0), 0, 0, 0.05, 2.0, false);
     EXPECT_EQ(easings(), (QStringList{"custom", "ease", "hold", "ease"}));
 

@@ -86,8 +86,7 @@ TEST_F(ControllerSpeed, SpeedChangeKeepsTheLengthUntilTheFileEnds)
     loadClips({speedClip(QStringLiteral("a")), nearEnd});
 
     controller.setClipSpeed(0, 0, 2.0);
-    EXPECT_EQ(undoText(), QStringLiteral("Speed changed"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clip speed updated"));
+    expectWords("Speed changed", "Clip speed updated");
     EXPECT_EQ(clip(0, 0).srcOutUs, 9000000);
     EXPECT_EQ(clip(0, 0).timelineDurationUs, 4000000);
 
@@ -119,14 +118,12 @@ TEST_F(ControllerSpeed, ReverseClearCurveAndSourceTimes)
     loadClips({curved});
 
     controller.setClipReverse(0, 0, true);
-    EXPECT_EQ(undoText(), QStringLiteral("Reverse on"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clip reversed"));
+    expectWords("Reverse on", "Clip reversed");
     controller.setClipReverse(0, 0, true); // unchanged
     controller.setClipReverse(1, 0, true); // text
     EXPECT_EQ(entries(), 1);
     controller.setClipReverse(0, 0, false);
-    EXPECT_EQ(undoText(), QStringLiteral("Reverse off"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clip forward"));
+    expectWords("Reverse off", "Clip forward");
 
     controller.selectClip(0, 0);
     controller.setPlayheadSeconds(3.5);
@@ -179,15 +176,14 @@ TEST_F(ControllerSpeed, SessionDrivesThePlayerInRetimedTime)
     ASSERT_TRUE(controller.speedCurveSessionActive());
     EXPECT_FALSE(controller.playing());
     EXPECT_EQ(player.loaded.id, QStringLiteral("a"));
-    EXPECT_EQ(controller.speedCurvePoints()[1].toMap().value(QStringLiteral("speed")).toDouble(), 0.5);
+    expectFields(controller.speedCurvePoints()[1].toMap(), {{"speed", 0.5}});
     EXPECT_EQ(controller.speedCurveSourceDuration(), 4.0);
     EXPECT_NEAR(controller.speedCurveRetimedDuration(), 8.0, 1e-6);
 
     controller.setSpeedCurvePoints(
         {QVariantMap{{"pos", 1.0}, {"speed", 2.0}}, QVariantMap{{"pos", 0.3}, {"speed", 9.0}}});
-    const QVariantMap first = controller.speedCurvePoints()[0].toMap(); // resorted, pinned, clamped
-    EXPECT_EQ(first.value(QStringLiteral("pos")).toDouble(), 0.0);
-    EXPECT_EQ(first.value(QStringLiteral("speed")).toDouble(), 8.0);
+    // Resorted, pinned to the start and clamped.
+    expectFields(controller.speedCurvePoints()[0].toMap(), {{"pos", 0.0}, {"speed", 8.0}});
     controller.setSpeedCurvePoints(flatPoints(2.0));
     EXPECT_NEAR(controller.speedCurveRetimedDuration(), 2.0, 1e-6);
     EXPECT_EQ(player.loaded.speedCurve.points.size(), 2);
@@ -225,12 +221,8 @@ TEST_F(ControllerSpeed, ApplyPutsARetimedCopyOnANewTrackAndLeavesTheOriginal)
     Clip original = speedClip(QStringLiteral("a"));
     original.timelineStartUs = 3000000;
     original.linkId = QStringLiteral("link");
-    original.opacity.keyframes.insert(1000000, Keyframe{0.5});
-    original.opacity.keyframes.insert(3000000, Keyframe{1.0});
-    Clip partner = speedClip(QStringLiteral("a-audio"), ClipType::audio);
-    partner.timelineStartUs = 3000000;
-    partner.linkId = original.linkId;
-    loadClips({original}, {partner});
+    original.opacity = keys({{1000000, 0.5}, {3000000, 1.0}});
+    loadClips({original}, {linkedAudioOf(original)});
     const QByteArray originalJson = clipJson(0, 0);
     QSignalSpy applied(&controller, &AppController::speedCurveApplied);
 
@@ -241,8 +233,7 @@ TEST_F(ControllerSpeed, ApplyPutsARetimedCopyOnANewTrackAndLeavesTheOriginal)
 
     ASSERT_EQ(applied.count(), 1);
     EXPECT_FALSE(player.playing);
-    EXPECT_EQ(undoText(), QStringLiteral("Custom speed applied"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Custom speed applied"));
+    expectWords("Custom speed applied", "Custom speed applied");
     ASSERT_EQ(doc().tracks.size(), 4);
     ASSERT_EQ(doc().tracks[0].clips.size(), 1);
     const Clip &retimed = clip(0, 0);
