@@ -172,18 +172,6 @@ TEST_F(ControllerBridge, ModelsResetOnEveryTrackChangeAndShowTheSelectedTrack)
     EXPECT_EQ(clips->trackIndex(), 0);
 }
 
-TEST_F(ControllerBridge, ClipsUnderThePlayheadSkipHiddenAndMutedRows)
-{
-    load(bridgeProject());
-    controller.setPlayheadSeconds(1.75);
-    EXPECT_EQ(controller.activeVideoClipAtPlayhead().value("id").toString(), QStringLiteral("v2"));
-    EXPECT_EQ(controller.activeAudioClipAtPlayhead().value("id").toString(), QStringLiteral("s"));
-    controller.setTrackMuted(2, true);
-    EXPECT_TRUE(controller.activeAudioClipAtPlayhead().isEmpty());
-    controller.setPlayheadSeconds(6.0); // only the hidden row has a clip here
-    EXPECT_TRUE(controller.activeVideoClipAtPlayhead().isEmpty());
-}
-
 TEST_F(ControllerBridge, ShortcutOverlayKeepsDefaultsForUnknownIdsAndEmptyStrings)
 {
     {
@@ -282,7 +270,9 @@ TEST(TrackMapsCache, ReadsEqualAFreshBuildThroughEditsMovesAndAssetChanges)
                  {{"sourceDuration", 12.0}, {"assetIndex", 0}});
 }
 
-TEST_F(ControllerBridge, PreviewRowsListVisibleVisualClipsBottomTrackFirst)
+// The preview lists visible visual clips bottom track first; the active clips skip hidden and
+// muted rows.
+TEST_F(ControllerBridge, ClipsUnderThePlayheadSkipHiddenAndMutedRows)
 {
     Project project = bridgeProject();
     project.tracks[0].clips[1].x = constantProperty(300);
@@ -300,4 +290,11 @@ TEST_F(ControllerBridge, PreviewRowsListVisibleVisualClipsBottomTrackFirst)
                                    {"width", 1920.0},
                                    {"canvasHeight", 1080},
                                    {"pixelSize", 0}});
+
+    EXPECT_EQ(controller.activeVideoClipAtPlayhead().value("id").toString(), QStringLiteral("v2"));
+    EXPECT_EQ(controller.activeAudioClipAtPlayhead().value("id").toString(), QStringLiteral("s"));
+    controller.setTrackMuted(2, true);
+    EXPECT_TRUE(controller.activeAudioClipAtPlayhead().isEmpty());
+    controller.setPlayheadSeconds(6.0); // only the hidden row has a clip here
+    EXPECT_TRUE(controller.activeVideoClipAtPlayhead().isEmpty());
 }
