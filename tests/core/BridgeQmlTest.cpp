@@ -24,7 +24,6 @@ QtObject {
     property int firstRowClips: trackCount > 0 ? trackList[0].clips.length : -1
     property string selectedName: EditorState.selectedClipData.name !== undefined
                                   ? EditorState.selectedClipData.name : ""
-    property bool oneObject: EditorState === AppController
     property int modelRows: rows.count
     property string topRowType: rows.count > 0 ? rows.objectAt(0).type : ""
 
@@ -59,7 +58,6 @@ TEST_F(BridgeQml, BindingsFollowEditsMadeThroughTheSlots)
     std::unique_ptr<QObject> root(component.create());
     ASSERT_TRUE(root) << qPrintable(component.errorString());
 
-    EXPECT_TRUE(root->property("oneObject").toBool());
     EXPECT_EQ(root->property("trackCount").toInt(), 1);
     EXPECT_EQ(root->property("modelRows").toInt(), 1);
     EXPECT_EQ(root->property("firstRowClips").toInt(), 1);
