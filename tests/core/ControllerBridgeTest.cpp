@@ -142,7 +142,6 @@ TEST_F(ControllerBridge, ModelsResetOnEveryTrackChangeAndShowTheSelectedTrack)
                                             QAbstractItemModelTester::FailureReportingMode::Warning);
     QAbstractItemModelTester clipsTester(clips, QAbstractItemModelTester::FailureReportingMode::Warning);
     ASSERT_EQ(timeline->rowCount(), 4);
-    EXPECT_EQ(timeline->roleNames().value(TimelineModel::TypeRole), QByteArray("type"));
     EXPECT_EQ(timeline->data(timeline->index(1), TimelineModel::HiddenRole).toBool(), true);
     EXPECT_EQ(timeline->data(timeline->index(0), TimelineModel::ClipCountRole).toInt(), 2);
     EXPECT_FALSE(timeline->data(timeline->index(9), TimelineModel::TypeRole).isValid());
