@@ -1,10 +1,7 @@
 // The controller as QML sees it: registered under both singleton names of module Orvel, with a
 // component whose bindings read tracks, the timeline model and the selected clip, and follow edits.
-#include "core/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "ControllerFixture.h"
 
-#include <QJsonDocument>
 #include <QQmlComponent>
 #include <QQmlEngine>
 
@@ -12,7 +9,7 @@
 
 #include <memory>
 
-using namespace orvel;
+using namespace fixture;
 
 namespace {
 
@@ -27,7 +24,6 @@ QtObject {
     property int firstRowClips: trackCount > 0 ? trackList[0].clips.length : -1
     property string selectedName: EditorState.selectedClipData.name !== undefined
                                   ? EditorState.selectedClipData.name : ""
-    property bool oneObject: EditorState === AppController
     property int modelRows: rows.count
     property string topRowType: rows.count > 0 ? rows.objectAt(0).type : ""
 
@@ -43,26 +39,16 @@ QtObject {
 }
 )";
 
-Project qmlProject()
-{
-    Project project;
-    Clip clip;
-    clip.id = QStringLiteral("intro");
-    clip.name = QStringLiteral("Intro");
-    clip.type = ClipType::video;
-    clip.timelineDurationUs = 4000000;
-    clip.srcOutUs = 4000000;
-    project.tracks[0].clips = {clip};
-    return project;
-}
-
 } // namespace
 
-TEST(BridgeQml, BindingsFollowEditsMadeThroughTheSlots)
+class BridgeQml : public ControllerTest
+{};
+
+TEST_F(BridgeQml, BindingsFollowEditsMadeThroughTheSlots)
 {
-    AssetLibrary library;
-    AppController controller(&library);
-    ASSERT_TRUE(controller.loadProjectJson(QJsonDocument(projectToJson(qmlProject())).toJson()));
+    Clip intro = makeClip("intro", 0, 4000000);
+    intro.name = QStringLiteral("Intro");
+    load(makeProject({makeTrack(TrackType::video, {intro})}));
     qmlRegisterSingletonInstance<AppController>("Orvel", 1, 0, "EditorState", &controller);
     qmlRegisterSingletonInstance<AppController>("Orvel", 1, 0, "AppController", &controller);
 
@@ -72,7 +58,6 @@ TEST(BridgeQml, BindingsFollowEditsMadeThroughTheSlots)
     std::unique_ptr<QObject> root(component.create());
     ASSERT_TRUE(root) << qPrintable(component.errorString());
 
-    EXPECT_TRUE(root->property("oneObject").toBool());
     EXPECT_EQ(root->property("trackCount").toInt(), 1);
     EXPECT_EQ(root->property("modelRows").toInt(), 1);
     EXPECT_EQ(root->property("firstRowClips").toInt(), 1);

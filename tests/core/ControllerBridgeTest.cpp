@@ -1,88 +1,56 @@
 // What QML reads from the controller: the map forms, the two list models, the keyboard table and
 // the clips under the playhead.
-#include "core/AppController.h"
+#include "ControllerFixture.h"
 #include "core/BridgeMaps.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
 
 #include <QAbstractItemModelTester>
 #include <QCursor>
 #include <QGuiApplication>
-#include <QJsonDocument>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QUndoStack>
 
-#include <gtest/gtest.h>
-
-using namespace orvel;
+using namespace fixture;
 
 namespace {
 
 Clip bridgeClip(const QString &id, TimeUs startUs, TimeUs durationUs, ClipType type = ClipType::video)
 {
-    Clip clip;
-    clip.id = id;
-    clip.name = id;
-    clip.type = type;
-    clip.timelineStartUs = startUs;
-    clip.timelineDurationUs = durationUs;
-    clip.srcInUs = 500000;
-    clip.srcOutUs = 500000 + durationUs;
-    return clip;
-}
-
-Track bridgeTrack(TrackType type, const QList<Clip> &clips)
-{
-    Track track;
-    track.type = type;
-    track.clips = clips;
-    return track;
+    return makeClip(id, startUs, durationUs, type, 500000);
 }
 
 // Row 0: video v1 (0-2 s, asset "second") and v2 (1.5-4 s, overlapping); row 1: a hidden video row;
 // row 2: an audio row; row 3: a text row.
 Project bridgeProject()
 {
-    Project project;
-    Asset first;
-    first.id = QStringLiteral("first");
-    first.kind = AssetKind::video;
-    Asset second = first;
-    second.id = QStringLiteral("second");
+    Asset second = makeAsset("second", AssetKind::video);
     second.durationUs = 8000000;
-    project.insertAsset(first);
-    project.insertAsset(second);
-
     Clip v1 = bridgeClip("v1", 0, 2000000);
     v1.assetId = QStringLiteral("second");
     v1.linkId = QStringLiteral("link");
-    v1.opacity.keyframes.insert(0, Keyframe{0.0});
-    v1.opacity.keyframes.insert(1000000, Keyframe{1.0});
+    v1.opacity = keys({{0, 0.0}, {1000000, 1.0}});
     EffectInstance blur;
     blur.name = QStringLiteral("Blur");
     blur.catalogId = QStringLiteral("fx.blur");
-    blur.parameters.insert(QStringLiteral("radius"), 4.0);
-    blur.parameters.insert(QStringLiteral("inverted"), true);
+    blur.parameters = {{QStringLiteral("radius"), 4.0}, {QStringLiteral("inverted"), true}};
     v1.effects = {blur};
     EffectInstance echo;
     echo.name = QStringLiteral("Echo");
     echo.catalogId = QStringLiteral("afx.echo");
     echo.parameters.insert(QStringLiteral("mix"), 0.3);
     v1.audioEffects = {echo};
-    Track hidden = bridgeTrack(TrackType::video, {bridgeClip("h", 0, 9000000)});
+    Track hidden = makeTrack(TrackType::video, {bridgeClip("h", 0, 9000000)});
     hidden.hidden = true;
     Clip title = bridgeClip("title", 0, 3000000, ClipType::text);
     title.textContent = QStringLiteral("Hello");
-    project.tracks = {bridgeTrack(TrackType::video, {v1, bridgeClip("v2", 1500000, 2500000)}), hidden,
-                      bridgeTrack(TrackType::audio, {bridgeClip("s", 1000000, 5000000, ClipType::audio)}),
-                      bridgeTrack(TrackType::text, {title})};
-    return project;
+    return makeProject({makeTrack(TrackType::video, {v1, bridgeClip("v2", 1500000, 2500000)}), hidden,
+                        makeTrack(TrackType::audio, {bridgeClip("s", 1000000, 5000000, ClipType::audio)}),
+                        makeTrack(TrackType::text, {title})},
+                       {makeAsset("first", AssetKind::video), second});
 }
 
 } // namespace
 
-class ControllerBridge : public testing::Test
+class ControllerBridge : public ControllerTest
 {
 protected:
     void SetUp() override
@@ -90,40 +58,29 @@ protected:
         QSettings().remove(QStringLiteral("shortcuts"));
         QSettings().remove(QStringLiteral("preview/guidesEnabled"));
     }
-    void load(const Project &project)
-    {
-        ASSERT_TRUE(controller.loadProjectJson(QJsonDocument(projectToJson(project)).toJson()));
-    }
-    const Project &doc() const { return controller.project(); }
-
-    AssetLibrary library;
-    AppController controller{&library};
 };
 
 TEST_F(ControllerBridge, ClipMapCarriesTheDocumentInSecondsAndBadIndicesGiveNothing)
 {
     load(bridgeProject());
     const QVariantMap v1 = controller.clipAt(0.0, 0.0);
-    EXPECT_EQ(v1.value("id").toString(), QStringLiteral("v1"));
-    EXPECT_EQ(v1.value("kind").toString(), QStringLiteral("video"));
-    EXPECT_DOUBLE_EQ(v1.value("duration").toDouble(), 2.0);
-    EXPECT_DOUBLE_EQ(v1.value("inPoint").toDouble(), 0.5);
-    EXPECT_DOUBLE_EQ(v1.value("outPoint").toDouble(), 2.5);
-    EXPECT_DOUBLE_EQ(v1.value("sourceDuration").toDouble(), 8.0);
-    EXPECT_EQ(v1.value("assetIndex").toInt(), 1);
-    EXPECT_TRUE(v1.value("linked").toBool());
-    EXPECT_DOUBLE_EQ(v1.value("volume").toDouble(), 1.0);
+    expectFields(v1, {{"id", "v1"},
+                      {"duration", 2.0},
+                      {"inPoint", 0.5},
+                      {"outPoint", 2.5},
+                      {"sourceDuration", 8.0},
+                      {"assetIndex", 1},
+                      {"linked", true},
+                      {"volume", 1.0}});
     const QVariantMap opacity = v1.value("keyframes").toMap().value("opacity").toMap();
     EXPECT_EQ(opacity.value("count").toInt(), 2);
     EXPECT_DOUBLE_EQ(opacity.value("times").toList().value(1).toDouble(), 1.0);
     EXPECT_EQ(v1.value("effects").toList().size(), 1);
     EXPECT_EQ(controller.clipAt(3.0, 0.0).value("textContent").toString(), QStringLiteral("Hello"));
 
-    EXPECT_TRUE(controller.clipAt(-1.0, 0.0).isEmpty());
-    EXPECT_TRUE(controller.clipAt(0.0, 2.0).isEmpty());
-    EXPECT_TRUE(controller.clipAt(4.0, 0.0).isEmpty());
-    EXPECT_TRUE(controller.clipAt(qQNaN(), 0.0).isEmpty());
-    EXPECT_TRUE(controller.clipAt(1e300, 0.0).isEmpty());
+    for (const auto &[track, index] :
+         {std::pair{-1.0, 0.0}, {0.0, 2.0}, {4.0, 0.0}, {qQNaN(), 0.0}, {1e300, 0.0}})
+        EXPECT_TRUE(controller.clipAt(track, index).isEmpty()) << track << ", " << index;
 }
 
 TEST_F(ControllerBridge, TracksListHoldsRowsAndTransitionMaps)
@@ -139,19 +96,13 @@ TEST_F(ControllerBridge, TracksListHoldsRowsAndTransitionMaps)
     const QVariantList transitions = video.value("transitions").toList();
     ASSERT_EQ(transitions.size(), 1);
     const QVariantMap crossfade = transitions[0].toMap();
-    EXPECT_EQ(crossfade.value("fromClipId").toString(), QStringLiteral("v1"));
-    EXPECT_DOUBLE_EQ(crossfade.value("duration").toDouble(), 0.5);
-    EXPECT_DOUBLE_EQ(crossfade.value("start").toDouble(), 1.5);
-    EXPECT_TRUE(crossfade.value("overlapping").toBool());
+    expectFields(crossfade, {{"fromClipId", "v1"}, {"duration", 0.5}, {"start", 1.5}, {"overlapping", true}});
     EXPECT_TRUE(tracks[1].toMap().value("hidden").toBool());
     EXPECT_DOUBLE_EQ(tracks[2].toMap().value("heightScale").toDouble(), 2.0);
 
     controller.setTransitionParam(0, crossfade.value("id").toString(), QStringLiteral("smooth"), true);
-    const QVariantMap param =
-        controller.transitionBetweenClips(0, 0).value("params").toList().value(0).toMap();
-    EXPECT_EQ(param.value("id").toString(), QStringLiteral("smooth"));
-    EXPECT_TRUE(param.value("isBoolean").toBool());
-    EXPECT_TRUE(param.value("value").toBool());
+    expectFields(controller.transitionBetweenClips(0, 0).value("params").toList().value(0).toMap(),
+                 {{"id", "smooth"}, {"isBoolean", true}, {"value", true}});
 }
 
 TEST_F(ControllerBridge, SelectedClipFormsFollowTheSelection)
@@ -169,20 +120,15 @@ TEST_F(ControllerBridge, SelectedClipFormsFollowTheSelection)
     EXPECT_EQ(blur.value("label").toString(), QStringLiteral("Blur"));
     const QVariantList params = blur.value("params").toList();
     ASSERT_EQ(params.size(), 2);
-    EXPECT_EQ(params[0].toMap().value("prop").toString(), QStringLiteral("fx.0.inverted"));
-    EXPECT_TRUE(params[0].toMap().value("isBoolean").toBool());
-    EXPECT_FALSE(params[1].toMap().value("isBoolean").toBool());
+    expectFields(params[0].toMap(), {{"prop", "fx.0.inverted"}, {"isBoolean", true}});
+    expectFields(params[1].toMap(), {{"prop", "fx.0.radius"}, {"isBoolean", false}});
 
-    QVariantMap echo = controller.selectedClipAudioEffects().value(0).toMap();
-    EXPECT_EQ(echo.value("catalogId").toString(), QStringLiteral("afx.echo"));
-    EXPECT_TRUE(echo.value("missing").toBool());
+    expectFields(controller.selectedClipAudioEffects().value(0).toMap(),
+                 {{"catalogId", "afx.echo"}, {"missing", true}});
     controller.setAudioEffectCatalogLookup([](const QString &id) { return id == QLatin1String("afx.echo"); });
-    echo = controller.selectedClipAudioEffects().value(0).toMap();
-    EXPECT_FALSE(echo.value("missing").toBool());
+    expectFields(controller.selectedClipAudioEffects().value(0).toMap(), {{"missing", false}});
 
-    const QVariantList selection = controller.property("selection").toList();
-    ASSERT_EQ(selection.size(), 1);
-    EXPECT_EQ(selection[0].toMap().value("track").toInt(), 0);
+    EXPECT_EQ(controller.property("selection").toList(), selectionOf({{0, 0}}));
     controller.clearSelection();
     EXPECT_TRUE(controller.selectedClipEffects().isEmpty());
 }
@@ -196,8 +142,6 @@ TEST_F(ControllerBridge, ModelsResetOnEveryTrackChangeAndShowTheSelectedTrack)
                                             QAbstractItemModelTester::FailureReportingMode::Warning);
     QAbstractItemModelTester clipsTester(clips, QAbstractItemModelTester::FailureReportingMode::Warning);
     ASSERT_EQ(timeline->rowCount(), 4);
-    const QHash<int, QByteArray> roles = timeline->roleNames();
-    EXPECT_EQ(roles.value(TimelineModel::TypeRole), QByteArray("type"));
     EXPECT_EQ(timeline->data(timeline->index(1), TimelineModel::HiddenRole).toBool(), true);
     EXPECT_EQ(timeline->data(timeline->index(0), TimelineModel::ClipCountRole).toInt(), 2);
     EXPECT_FALSE(timeline->data(timeline->index(9), TimelineModel::TypeRole).isValid());
@@ -227,18 +171,6 @@ TEST_F(ControllerBridge, ModelsResetOnEveryTrackChangeAndShowTheSelectedTrack)
     EXPECT_EQ(clips->trackIndex(), 0);
 }
 
-TEST_F(ControllerBridge, ClipsUnderThePlayheadSkipHiddenAndMutedRows)
-{
-    load(bridgeProject());
-    controller.setPlayheadSeconds(1.75);
-    EXPECT_EQ(controller.activeVideoClipAtPlayhead().value("id").toString(), QStringLiteral("v2"));
-    EXPECT_EQ(controller.activeAudioClipAtPlayhead().value("id").toString(), QStringLiteral("s"));
-    controller.setTrackMuted(2, true);
-    EXPECT_TRUE(controller.activeAudioClipAtPlayhead().isEmpty());
-    controller.setPlayheadSeconds(6.0); // only the hidden row has a clip here
-    EXPECT_TRUE(controller.activeVideoClipAtPlayhead().isEmpty());
-}
-
 TEST_F(ControllerBridge, ShortcutOverlayKeepsDefaultsForUnknownIdsAndEmptyStrings)
 {
     {
@@ -254,9 +186,9 @@ TEST_F(ControllerBridge, ShortcutOverlayKeepsDefaultsForUnknownIdsAndEmptyString
 
     const QVariantList actions = reloaded.actions();
     ASSERT_EQ(actions.size(), 20);
-    EXPECT_EQ(actions.first().toMap().value("id").toString(), QStringLiteral("newProject"));
-    EXPECT_EQ(actions.last().toMap().value("label").toString(), QStringLiteral("Toggle guides"));
-    EXPECT_EQ(actions[3].toMap().value("shortcut").toString(), QStringLiteral("Space"));
+    expectFields(actions.first().toMap(), {{"id", "newProject"}});
+    expectFields(actions.last().toMap(), {{"label", "Toggle guides"}});
+    expectFields(actions[3].toMap(), {{"shortcut", "Space"}});
 
     QSignalSpy changed(&reloaded, &AppController::shortcutsChanged);
     reloaded.setShortcut("unknown", "F2");
@@ -307,7 +239,6 @@ TEST_F(ControllerBridge, TrimCursorOverridesOnceAndRestores)
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 
     QSignalSpy dragging(&controller, &AppController::draggingAssetIndexChanged);
-    EXPECT_EQ(controller.draggingAssetIndex(), -1);
     controller.setDraggingAssetIndex(2);
     controller.setDraggingAssetIndex(2);
     EXPECT_EQ(dragging.count(), 1);
@@ -334,12 +265,13 @@ TEST(TrackMapsCache, ReadsEqualAFreshBuildThroughEditsMovesAndAssetChanges)
     project.assetOrder.move(1, 0);
     read = cache.tracks(project);
     EXPECT_EQ(read, tracksToList(project));
-    const QVariantMap v1 = read[1].toMap().value("clips").toList()[0].toMap();
-    EXPECT_DOUBLE_EQ(v1.value("sourceDuration").toDouble(), 12.0);
-    EXPECT_EQ(v1.value("assetIndex").toInt(), 0);
+    expectFields(read[1].toMap().value("clips").toList()[0].toMap(),
+                 {{"sourceDuration", 12.0}, {"assetIndex", 0}});
 }
 
-TEST_F(ControllerBridge, PreviewRowsListVisibleVisualClipsBottomTrackFirst)
+// The preview lists visible visual clips bottom track first; the active clips skip hidden and
+// muted rows.
+TEST_F(ControllerBridge, ClipsUnderThePlayheadSkipHiddenAndMutedRows)
 {
     Project project = bridgeProject();
     project.tracks[0].clips[1].x = constantProperty(300);
@@ -348,16 +280,20 @@ TEST_F(ControllerBridge, PreviewRowsListVisibleVisualClipsBottomTrackFirst)
     controller.setPlayheadSeconds(1.75);
     const QVariantList rows = controller.previewClipsAtPlayhead();
     ASSERT_EQ(rows.size(), 3); // the hidden row and the audio row give none
-    const QVariantMap title = rows[0].toMap();
-    EXPECT_EQ(title.value("track").toInt(), 3);
-    EXPECT_EQ(title.value("kind").toString(), QStringLiteral("text"));
-    EXPECT_EQ(title.value("pixelSize").toInt(), 64);
-    const QVariantMap top = rows[2].toMap();
-    EXPECT_EQ(top.value("track").toInt(), 0);
-    EXPECT_EQ(top.value("clip").toInt(), 1);
-    EXPECT_DOUBLE_EQ(top.value("x").toDouble(), 300.0);
-    EXPECT_DOUBLE_EQ(top.value("rotation").toDouble(), 15.0);
-    EXPECT_DOUBLE_EQ(top.value("width").toDouble(), 1920.0); // empty: the canvas width
-    EXPECT_EQ(top.value("canvasHeight").toInt(), 1080);
-    EXPECT_EQ(top.value("pixelSize").toInt(), 0);
+    expectFields(rows[0].toMap(), {{"track", 3}, {"kind", "text"}, {"pixelSize", 64}});
+    // An empty width reads as the canvas width.
+    expectFields(rows[2].toMap(), {{"track", 0},
+                                   {"clip", 1},
+                                   {"x", 300.0},
+                                   {"rotation", 15.0},
+                                   {"width", 1920.0},
+                                   {"canvasHeight", 1080},
+                                   {"pixelSize", 0}});
+
+    EXPECT_EQ(controller.activeVideoClipAtPlayhead().value("id").toString(), QStringLiteral("v2"));
+    EXPECT_EQ(controller.activeAudioClipAtPlayhead().value("id").toString(), QStringLiteral("s"));
+    controller.setTrackMuted(2, true);
+    EXPECT_TRUE(controller.activeAudioClipAtPlayhead().isEmpty());
+    controller.setPlayheadSeconds(6.0); // only the hidden row has a clip here
+    EXPECT_TRUE(controller.activeVideoClipAtPlayhead().isEmpty());
 }

@@ -1,50 +1,19 @@
 // Speed slots and the custom speed session, driven as QML drives them, with a fake preview
 // player standing in for the decoding one.
-#include "core/AppController.h"
+#include "ControllerFixture.h"
 #include "core/SpeedCurveSession.h"
 #include "core/document/ClipTiming.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
 
-#include <QJsonDocument>
 #include <QSignalSpy>
-#include <QUndoStack>
 
-#include <gtest/gtest.h>
-
-using namespace orvel;
+using namespace fixture;
 
 namespace {
 
 // A clip of the 20 s file "vid" playing source 1..5 s from timeline 0.
-Clip mediaClip(const QString &id, ClipType type = ClipType::video)
+Clip speedClip(const QString &id, ClipType type = ClipType::video)
 {
-    Clip clip;
-    clip.id = clip.name = id;
-    clip.type = type;
-    clip.assetId = QStringLiteral("vid");
-    clip.path = QStringLiteral("/media/vid.mp4");
-    clip.timelineDurationUs = 4000000;
-    clip.srcInUs = 1000000;
-    clip.srcOutUs = 5000000;
-    return clip;
-}
-
-Clip textClip()
-{
-    Clip clip;
-    clip.id = QStringLiteral("t");
-    clip.type = ClipType::text;
-    clip.timelineDurationUs = clip.srcOutUs = 1000000;
-    return clip;
-}
-
-Track track(TrackType type, const QList<Clip> &clips)
-{
-    Track result;
-    result.type = type;
-    result.clips = clips;
-    return result;
+    return mediaClip(id, 0, 4000000, type);
 }
 
 QVariantList flatPoints(double speed)
@@ -84,58 +53,41 @@ public:
     bool playing = false;
 };
 
-class ControllerSpeed : public testing::Test
+class ControllerSpeed : public ControllerTest
 {
 protected:
     // Tracks: video, text, then audio when audio clips are given.
-    void load(const QList<Clip> &clips, const QList<Clip> &audioClips = {})
+    void loadClips(const QList<Clip> &clips, const QList<Clip> &audioClips = {})
     {
-        Project project;
-        Asset video;
-        video.id = QStringLiteral("vid");
-        video.kind = AssetKind::video;
-        video.durationUs = 20000000;
-        project.insertAsset(video);
-        project.tracks[0].clips = clips;
-        project.tracks.append(track(TrackType::text, {textClip()}));
+        Project project =
+            makeProject({makeTrack(TrackType::video, clips),
+                         makeTrack(TrackType::text, {makeClip("t", 0, 1000000, ClipType::text)})},
+                        {makeAsset("vid", AssetKind::video)});
         if (!audioClips.isEmpty())
-            project.tracks.append(track(TrackType::audio, audioClips));
-        ASSERT_TRUE(controller.loadProjectJson(QJsonDocument(projectToJson(project)).toJson()));
+            project.tracks.append(makeTrack(TrackType::audio, audioClips));
+        load(project);
         controller.setClipPreviewPlayer(&player);
     }
-    const Project &doc() const { return controller.project(); }
-    const Clip &clip(int track, int index) const { return doc().tracks[track].clips[index]; }
     QByteArray clipJson(int track, int index) const
     {
         return QJsonDocument(clipToJson(clip(track, index))).toJson();
     }
-    QString undoText() { return controller.undoStack()->undoText(); }
-    int entries() { return controller.undoStack()->count(); }
 
-    AssetLibrary library;
-    AppController controller{&library};
     FakePreviewPlayer player;
 };
 
-// The timeline length stays and the source span follows, until the file's end cuts it.
-TEST_F(ControllerSpeed, SpeedChangeKeepsTheLengthUntilTheFileEnds)
+// The length rule and the file's end have their own suite; the slot clamps the speed and skips
+// clips without speed controls.
+TEST_F(ControllerSpeed, SpeedChangeClampsAndKeepsTheLength)
 {
-    Clip nearEnd = mediaClip(QStringLiteral("end"));
-    nearEnd.timelineStartUs = 5000000;
-    nearEnd.srcInUs = 12000000;
-    nearEnd.srcOutUs = 16000000;
-    load({mediaClip(QStringLiteral("a")), nearEnd});
-
+    loadClips({speedClip(QStringLiteral("a"))});
     controller.setClipSpeed(0, 0, 2.0);
-    EXPECT_EQ(undoText(), QStringLiteral("Speed changed"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clip speed updated"));
+    expectWords("Speed changed", "Clip speed updated");
     EXPECT_EQ(clip(0, 0).srcOutUs, 9000000);
     EXPECT_EQ(clip(0, 0).timelineDurationUs, 4000000);
-
-    controller.setClipSpeed(0, 1, 10.0); // clamped to 4: wants 16 s of source, the file has 8 left
-    EXPECT_EQ(clip(0, 1).speed, 4.0);
-    EXPECT_EQ(clip(0, 1).srcOutUs, 20000000);
-    EXPECT_EQ(clip(0, 1).timelineDurationUs, 2000000);
+    controller.setClipSpeed(0, 0, 10.0); // clamped to 4
+    EXPECT_EQ(clip(0, 0).speed, 4.0);
+    EXPECT_EQ(clip(0, 0).srcOutUs, 17000000);
 
     controller.previewSetClipSpeed(0, 0, 0.1); // clamped to 0.25
     controller.commitPreviewDrag();
@@ -152,22 +104,20 @@ TEST_F(ControllerSpeed, SpeedChangeKeepsTheLengthUntilTheFileEnds)
 // an old file as 1.
 TEST_F(ControllerSpeed, ReverseClearCurveAndSourceTimes)
 {
-    Clip curved = mediaClip(QStringLiteral("c"));
+    Clip curved = speedClip(QStringLiteral("c"));
     curved.srcOutUs = 7000000;
     curved.speedCurve = normaliseSpeedCurve({SpeedCurvePoint{0.0, 3.0}, SpeedCurvePoint{1.0, 3.0}});
     curved.timelineStartUs = curved.timelineDurationUs = 2000000;
     curved.speed = 0.0;
-    load({curved});
+    loadClips({curved});
 
     controller.setClipReverse(0, 0, true);
-    EXPECT_EQ(undoText(), QStringLiteral("Reverse on"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clip reversed"));
+    expectWords("Reverse on", "Clip reversed");
     controller.setClipReverse(0, 0, true); // unchanged
     controller.setClipReverse(1, 0, true); // text
     EXPECT_EQ(entries(), 1);
     controller.setClipReverse(0, 0, false);
-    EXPECT_EQ(undoText(), QStringLiteral("Reverse off"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Clip forward"));
+    expectWords("Reverse off", "Clip forward");
 
     controller.selectClip(0, 0);
     controller.setPlayheadSeconds(3.5);
@@ -187,11 +137,11 @@ TEST_F(ControllerSpeed, ReverseClearCurveAndSourceTimes)
 
 TEST_F(ControllerSpeed, SessionRefusesClipsWithoutMedia)
 {
-    Clip noPath = mediaClip(QStringLiteral("p"));
+    Clip noPath = speedClip(QStringLiteral("p"));
     noPath.path.clear();
-    Clip noSpan = mediaClip(QStringLiteral("s"));
+    Clip noSpan = speedClip(QStringLiteral("s"));
     noSpan.srcOutUs = noSpan.srcInUs;
-    load({noPath, noSpan});
+    loadClips({noPath, noSpan});
 
     controller.beginSpeedCurveSession(1, 0);
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Custom speed works on video and audio clips"));
@@ -209,10 +159,10 @@ TEST_F(ControllerSpeed, SessionRefusesClipsWithoutMedia)
 // Positions come from the working curve; the player hears of every change.
 TEST_F(ControllerSpeed, SessionDrivesThePlayerInRetimedTime)
 {
-    Clip slow = mediaClip(QStringLiteral("a"));
+    Clip slow = speedClip(QStringLiteral("a"));
     slow.speed = 0.5;
     slow.timelineDurationUs = 8000000;
-    load({slow});
+    loadClips({slow});
     controller.setPlaying(true);
     QSignalSpy session(&controller, &AppController::speedCurveSessionChanged);
 
@@ -220,15 +170,14 @@ TEST_F(ControllerSpeed, SessionDrivesThePlayerInRetimedTime)
     ASSERT_TRUE(controller.speedCurveSessionActive());
     EXPECT_FALSE(controller.playing());
     EXPECT_EQ(player.loaded.id, QStringLiteral("a"));
-    EXPECT_EQ(controller.speedCurvePoints()[1].toMap().value(QStringLiteral("speed")).toDouble(), 0.5);
+    expectFields(controller.speedCurvePoints()[1].toMap(), {{"speed", 0.5}});
     EXPECT_EQ(controller.speedCurveSourceDuration(), 4.0);
     EXPECT_NEAR(controller.speedCurveRetimedDuration(), 8.0, 1e-6);
 
     controller.setSpeedCurvePoints(
         {QVariantMap{{"pos", 1.0}, {"speed", 2.0}}, QVariantMap{{"pos", 0.3}, {"speed", 9.0}}});
-    const QVariantMap first = controller.speedCurvePoints()[0].toMap(); // resorted, pinned, clamped
-    EXPECT_EQ(first.value(QStringLiteral("pos")).toDouble(), 0.0);
-    EXPECT_EQ(first.value(QStringLiteral("speed")).toDouble(), 8.0);
+    // Resorted, pinned to the start and clamped.
+    expectFields(controller.speedCurvePoints()[0].toMap(), {{"pos", 0.0}, {"speed", 8.0}});
     controller.setSpeedCurvePoints(flatPoints(2.0));
     EXPECT_NEAR(controller.speedCurveRetimedDuration(), 2.0, 1e-6);
     EXPECT_EQ(player.loaded.speedCurve.points.size(), 2);
@@ -263,15 +212,11 @@ TEST_F(ControllerSpeed, SessionDrivesThePlayerInRetimedTime)
 // The curve goes on a copy on a new track in the clip's place; keys keep their source frames.
 TEST_F(ControllerSpeed, ApplyPutsARetimedCopyOnANewTrackAndLeavesTheOriginal)
 {
-    Clip original = mediaClip(QStringLiteral("a"));
+    Clip original = speedClip(QStringLiteral("a"));
     original.timelineStartUs = 3000000;
     original.linkId = QStringLiteral("link");
-    original.opacity.keyframes.insert(1000000, Keyframe{0.5});
-    original.opacity.keyframes.insert(3000000, Keyframe{1.0});
-    Clip partner = mediaClip(QStringLiteral("a-audio"), ClipType::audio);
-    partner.timelineStartUs = 3000000;
-    partner.linkId = original.linkId;
-    load({original}, {partner});
+    original.opacity = keys({{1000000, 0.5}, {3000000, 1.0}});
+    loadClips({original}, {linkedAudioOf(original)});
     const QByteArray originalJson = clipJson(0, 0);
     QSignalSpy applied(&controller, &AppController::speedCurveApplied);
 
@@ -282,8 +227,7 @@ TEST_F(ControllerSpeed, ApplyPutsARetimedCopyOnANewTrackAndLeavesTheOriginal)
 
     ASSERT_EQ(applied.count(), 1);
     EXPECT_FALSE(player.playing);
-    EXPECT_EQ(undoText(), QStringLiteral("Custom speed applied"));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Custom speed applied"));
+    expectWords("Custom speed applied", "Custom speed applied");
     ASSERT_EQ(doc().tracks.size(), 4);
     ASSERT_EQ(doc().tracks[0].clips.size(), 1);
     const Clip &retimed = clip(0, 0);
@@ -312,28 +256,22 @@ TEST(RetimedClipCopy, AnUnnamedClipIsCalledClip)
     EXPECT_EQ(retimedClipCopy(unnamed, sessionStartCurve(unnamed)).name, QStringLiteral("Clip (retimed)"));
 }
 
-// Splitting a curved clip gives each half a 33-point polyline of its part of the curve.
+// Splitting a curved clip gives each half a 33-point polyline of its part of the curve; the rule's
+// arithmetic is checked with the split itself, this only that the slot goes through it.
 TEST_F(ControllerSpeed, SplittingACurvedClipGivesTwoPolylineCurves)
 {
-    Clip curved = mediaClip(QStringLiteral("c"));
+    Clip curved = speedClip(QStringLiteral("c"));
     curved.srcOutUs = 9000000; // 8 s of source
     curved.speedCurve = normaliseSpeedCurve(
         {SpeedCurvePoint{0.0, 0.5}, SpeedCurvePoint{0.5, 4.0}, SpeedCurvePoint{1.0, 1.0}});
     curved.timelineDurationUs = retimedDuration(curved.speedCurve, 8000000);
-    load({curved});
+    loadClips({curved});
 
     controller.splitClipAt(0, 0, 2.5);
     EXPECT_EQ(undoText(), QStringLiteral("Split clip"));
     ASSERT_EQ(doc().tracks[0].clips.size(), 2);
-    const Clip &left = clip(0, 0);
-    const Clip &right = clip(0, 1);
-    EXPECT_EQ(left.speedCurve.points.size(), 33);
-    EXPECT_EQ(right.speedCurve.points.size(), 33);
-    EXPECT_EQ(left.srcOutUs, right.srcInUs);
-    EXPECT_EQ(clipSourceSpanUs(left), sourceOffsetFromTimeline(curved.speedCurve, 2500000, 8000000));
-    const TimeUs leftUs = retimedDuration(left.speedCurve, clipSourceSpanUs(left));
-    const TimeUs rightUs = retimedDuration(right.speedCurve, clipSourceSpanUs(right));
-    const double tolerance = 0.002 * double(curved.timelineDurationUs);
-    EXPECT_NEAR(double(leftUs + rightUs), double(curved.timelineDurationUs), tolerance);
-    EXPECT_NEAR(double(leftUs), 2500000.0, tolerance);
+    EXPECT_EQ(clip(0, 0).speedCurve.points.size(), 33);
+    EXPECT_EQ(clip(0, 1).speedCurve.points.size(), 33);
+    EXPECT_EQ(clipSourceSpanUs(clip(0, 0)), sourceOffsetFromTimeline(curved.speedCurve, 2500000, 8000000));
+    EXPECT_EQ(clip(0, 0).srcOutUs, clip(0, 1).srcInUs);
 }

@@ -1,23 +1,12 @@
 // Pure rules behind the structural edits: transition partners, durations, windows and weights;
 // canvas pinning and crop; track words and index moves.
+#include "ControllerFixture.h"
 #include "core/document/ProjectSetup.h"
 #include "core/document/Transitions.h"
 
-#include <gtest/gtest.h>
-
-using namespace orvel;
+using namespace fixture;
 
 namespace {
-
-Clip spanClip(const QString &id, TimeUs startUs, TimeUs durationUs, ClipType type = ClipType::video)
-{
-    Clip clip;
-    clip.id = id;
-    clip.type = type;
-    clip.timelineStartUs = startUs;
-    clip.timelineDurationUs = durationUs;
-    return clip;
-}
 
 Transition between(const QString &id, const QString &from, const QString &to, TimeUs durationUs)
 {
@@ -33,31 +22,25 @@ Transition between(const QString &id, const QString &from, const QString &to, Ti
 
 TEST(TransitionRules, PartnerIsTheNextTouchingClipInStartOrder)
 {
-    Track track;
     // Listed out of start order on purpose: c starts before b but after a.
-    track.clips = {spanClip("a", 0, 2000000), spanClip("b", 5000000, 1000000),
-                   spanClip("c", 2000500, 1000000)};
+    Track track = makeTrack(TrackType::video, {makeClip("a", 0, 2000000), makeClip("b", 5000000, 1000000),
+                                               makeClip("c", 2000500, 1000000)});
     EXPECT_EQ(transitionPartnerIndex(track, 0), 2);  // touches within the 1 ms tolerance
     EXPECT_EQ(transitionPartnerIndex(track, 2), -1); // 2 s gap to b
     EXPECT_EQ(transitionPartnerIndex(track, 1), -1); // nothing after the last clip
     EXPECT_EQ(transitionPartnerIndex(track, 7), -1);
-
     track.clips[1].timelineStartUs = 2800000; // now b overlaps c
     EXPECT_EQ(transitionPartnerIndex(track, 2), 1);
-}
 
-TEST(TransitionRules, NewDurationIsTheOverlapOrTheFlooredRequest)
-{
-    const Clip left = spanClip("a", 0, 2000000);
-    EXPECT_EQ(newTransitionDurationUs(left, spanClip("b", 1700000, 1000000), 900000), 300000);
-    EXPECT_EQ(newTransitionDurationUs(left, spanClip("b", 2000000, 1000000), 900000), 900000);
-    EXPECT_EQ(newTransitionDurationUs(left, spanClip("b", 2000000, 1000000), 20000), 100000);
+    const Clip left = makeClip("a", 0, 2000000);
+    EXPECT_EQ(newTransitionDurationUs(left, makeClip("b", 1700000, 1000000), 900000), 300000); // the overlap
+    EXPECT_EQ(newTransitionDurationUs(left, makeClip("b", 2000000, 1000000), 900000), 900000);
+    EXPECT_EQ(newTransitionDurationUs(left, makeClip("b", 2000000, 1000000), 20000), 100000);
 }
 
 TEST(TransitionRules, DurationOnOverlapMovesTheRightClipWithinTheShorterClip)
 {
-    Track track;
-    track.clips = {spanClip("a", 0, 4000000), spanClip("b", 3500000, 1000000)};
+    Track track = makeTrack(TrackType::video, {makeClip("a", 0, 4000000), makeClip("b", 3500000, 1000000)});
     track.transitions = {between("t", "a", "b", 500000)};
     int moved = -2;
     ASSERT_TRUE(applyTransitionDuration(track, 0, 800000, &moved));
@@ -79,8 +62,7 @@ TEST(TransitionRules, DurationOnOverlapMovesTheRightClipWithinTheShorterClip)
 
 TEST(TransitionRules, DurationOnTouchingClipsMovesNothingAndMissingClipsRefuse)
 {
-    Track track;
-    track.clips = {spanClip("a", 0, 2000000), spanClip("b", 2000000, 1000000)};
+    Track track = makeTrack(TrackType::video, {makeClip("a", 0, 2000000), makeClip("b", 2000000, 1000000)});
     track.transitions = {between("t", "a", "b", 500000), between("gone", "a", "zz", 500000)};
     int moved = -2;
     ASSERT_TRUE(applyTransitionDuration(track, 0, 1500000, &moved));
@@ -94,58 +76,51 @@ TEST(TransitionRules, DurationOnTouchingClipsMovesNothingAndMissingClipsRefuse)
     EXPECT_EQ(findTransitionBetween(track, QStringLiteral("b"), QStringLiteral("a")), -1);
 }
 
-TEST(TransitionRules, WindowFollowsTheOverlapOrCentresOnTheCut)
+TEST(TransitionRules, WindowProgressAndWeights)
 {
-    const Clip left = spanClip("a", 0, 2000000);
-    const auto overlap = transitionWindow(left, spanClip("b", 1600000, 1000000), 999);
-    ASSERT_TRUE(overlap);
+    const Clip left = makeClip("a", 0, 2000000);
+    const auto overlap = transitionWindow(left, makeClip("b", 1600000, 1000000), 999);
+    ASSERT_TRUE(overlap); // follows the overlap whatever the duration
     EXPECT_EQ(overlap->startUs, 1600000);
     EXPECT_EQ(overlap->endUs, 2000000);
-
-    const auto centred = transitionWindow(left, spanClip("b", 2000000, 1000000), 500001);
-    ASSERT_TRUE(centred);
+    const auto centred = transitionWindow(left, makeClip("b", 2000000, 1000000), 500001);
+    ASSERT_TRUE(centred); // centred on the cut
     EXPECT_EQ(centred->startUs, 2000000 - 250000);
     EXPECT_EQ(centred->endUs, 2000000 + 250000);
-
-    EXPECT_FALSE(transitionWindow(left, spanClip("b", 2000000, 1000000), 0));
+    EXPECT_FALSE(transitionWindow(left, makeClip("b", 2000000, 1000000), 0));
 
     EXPECT_DOUBLE_EQ(transitionProgress(*overlap, 1500000), 0.0);
     EXPECT_DOUBLE_EQ(transitionProgress(*overlap, 1700000), 0.25);
     EXPECT_DOUBLE_EQ(transitionProgress(*overlap, 2500000), 1.0);
-}
 
-TEST(TransitionRules, WeightsOfHoldDipAndLinearKinds)
-{
-    const auto expectWeights = [](const char *kind, double p, double out, double in) {
-        const TransitionWeights w = transitionWeights(QLatin1String(kind), p);
-        EXPECT_DOUBLE_EQ(w.outgoing, out) << kind << " at " << p;
-        EXPECT_DOUBLE_EQ(w.incoming, in) << kind << " at " << p;
-    };
-    expectWeights("hold", 0.3, 1.0, 1.0);
-    expectWeights("dip", 0.25, 0.5, 0.0);
-    expectWeights("dip", 0.5, 0.0, 0.0);
-    expectWeights("dip", 0.75, 0.0, 0.5);
-    expectWeights("crossfade", 0.25, 0.75, 0.25);
-    expectWeights("some.package.wipe", 1.0, 0.0, 1.0);
+    const struct
+    {
+        const char *kind;
+        double progress, outgoing, incoming;
+    } weights[] = {{"hold", 0.3, 1.0, 1.0},         {"dip", 0.25, 0.5, 0.0},
+                   {"dip", 0.5, 0.0, 0.0},          {"dip", 0.75, 0.0, 0.5},
+                   {"crossfade", 0.25, 0.75, 0.25}, {"some.package.wipe", 1.0, 0.0, 1.0}};
+    for (const auto &row : weights) {
+        SCOPED_TRACE(testing::Message() << row.kind << " at " << row.progress);
+        const TransitionWeights w = transitionWeights(QLatin1String(row.kind), row.progress);
+        EXPECT_DOUBLE_EQ(w.outgoing, row.outgoing);
+        EXPECT_DOUBLE_EQ(w.incoming, row.incoming);
+    }
 }
 
 TEST(CanvasSetup, PinningGivesOnlyEmptyVisualSizesTheOldCanvas)
 {
-    Project project;
+    Clip sized = makeClip("sized", 0, 1000000, ClipType::image);
+    sized.width = constantProperty(300);
+    Project project =
+        makeProject({makeTrack(TrackType::video, {makeClip("v", 0, 1000000), sized}),
+                     makeTrack(TrackType::audio, {makeClip("a", 0, 1000000, ClipType::audio)})});
     project.width = 1280;
     project.height = 720;
-    Clip sized = spanClip("sized", 0, 1000000, ClipType::image);
-    sized.width = constantProperty(300);
-    project.tracks[0].clips = {spanClip("v", 0, 1000000), sized};
-    Track audio;
-    audio.type = TrackType::audio;
-    audio.clips = {spanClip("a", 0, 1000000, ClipType::audio)};
-    project.tracks.append(audio);
 
     pinVisualClipSizes(project);
-    const Clip &video = project.tracks[0].clips[0];
-    EXPECT_EQ(video.width, constantProperty(1280));
-    EXPECT_EQ(video.height, constantProperty(720));
+    EXPECT_EQ(project.tracks[0].clips[0].width, constantProperty(1280));
+    EXPECT_EQ(project.tracks[0].clips[0].height, constantProperty(720));
     EXPECT_EQ(project.tracks[0].clips[1].width, constantProperty(300));
     EXPECT_EQ(project.tracks[0].clips[1].height, constantProperty(720));
     EXPECT_TRUE(project.tracks[1].clips[0].width.isEmpty());
@@ -156,12 +131,10 @@ TEST(CanvasSetup, PinningGivesOnlyEmptyVisualSizesTheOldCanvas)
 
 TEST(CanvasSetup, CropShiftsEveryPositionKeyAndClampsTheSize)
 {
-    Project project;
-    Clip moving = spanClip("m", 0, 2000000);
-    moving.x.keyframes.insert(0, Keyframe{100.0});
-    moving.x.keyframes.insert(1000000, Keyframe{400.0});
-    project.tracks[0].clips = {moving, spanClip("still", 0, 2000000, ClipType::text)};
-
+    Clip moving = makeClip("m", 0, 2000000);
+    moving.x = keys({{0, 100.0}, {1000000, 400.0}});
+    Project project =
+        makeProject({makeTrack(TrackType::video, {moving, makeClip("still", 0, 2000000, ClipType::text)})});
     ASSERT_TRUE(cropCanvas(project, 60, 40, 9000, 10));
     EXPECT_EQ(project.width, 7680);
     EXPECT_EQ(project.height, 16);
@@ -173,14 +146,13 @@ TEST(CanvasSetup, CropShiftsEveryPositionKeyAndClampsTheSize)
     EXPECT_EQ(project.tracks[0].clips[1].x, constantProperty(-60.0));
 
     // A zero shift leaves an empty property empty; the same rectangle again is refused.
-    Project plain;
-    plain.tracks[0].clips = {spanClip("p", 0, 1000000)};
+    Project plain = makeProject({makeTrack(TrackType::video, {makeClip("p", 0, 1000000)})});
     ASSERT_TRUE(cropCanvas(plain, 0, 0, 1000, 1080));
     EXPECT_TRUE(plain.tracks[0].clips[0].x.isEmpty());
     EXPECT_FALSE(cropCanvas(plain, 0, 0, 1000, 1080));
 }
 
-TEST(CanvasSetup, NamedAspectsAndTrackWords)
+TEST(CanvasSetup, NamedAspectsTrackWordsAndIndexMoves)
 {
     EXPECT_EQ(nearestNamedAspect(1920.0 / 1080.0), QStringLiteral("16:9"));
     EXPECT_EQ(nearestNamedAspect(1080.0 / 1920.0), QStringLiteral("9:16"));
@@ -192,10 +164,7 @@ TEST(CanvasSetup, NamedAspectsAndTrackWords)
     EXPECT_EQ(trackTypeFromUserText(QStringLiteral("SUBTITLE")), TrackType::subtitle);
     EXPECT_FALSE(trackTypeFromUserText(QStringLiteral("vid")));
     EXPECT_FALSE(trackTypeFromUserText(QString()));
-}
 
-TEST(CanvasSetup, TrackIndicesAfterAMoveMatchQListMove)
-{
     for (int from = 0; from < 4; ++from) {
         for (int to = 0; to < 4; ++to) {
             QList<int> rows{0, 1, 2, 3};
@@ -204,6 +173,4 @@ TEST(CanvasSetup, TrackIndicesAfterAMoveMatchQListMove)
                 EXPECT_EQ(trackIndexAfterMove(rows[newIndex], from, to), newIndex) << from << "->" << to;
         }
     }
-    EXPECT_DOUBLE_EQ(clampTrackHeightScale(9.0), 4.0);
-    EXPECT_DOUBLE_EQ(clampTrackHeightScale(0.1), 0.6);
 }
