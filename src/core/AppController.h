@@ -470,9 +470,6 @@ private:
     void finishFreezeFrame(const QString &stillPath, orvel::TimeUs requestPlayheadUs, const QRectF &frame);
 
     // Clip edits (AppControllerClips.cpp)
-    template <typename Mutator>
-    void editClip(int trackIndex, int clipIndex, const QString &undoText, const QString &message,
-                  Mutator mutate);
 
     // Splits (AppControllerSplit.cpp)
     bool splitWithPartners(int trackIndex, int clipIndex, orvel::TimeUs atUs);

@@ -8,21 +8,6 @@
 
 #include <algorithm>
 
-template <typename Mutator>
-void AppController::editClip(int trackIndex, int clipIndex, const QString &undoText, const QString &message,
-                             Mutator mutate)
-{
-    const orvel::Clip *current = clipAt(trackIndex, clipIndex);
-    if (!current)
-        return;
-    orvel::Clip edited = *current;
-    if (!mutate(edited))
-        return;
-    const orvel::Project before = m_project;
-    m_project.tracks[trackIndex].clips[clipIndex] = edited;
-    commitEdit(before, undoText, message);
-}
-
 void AppController::moveClip(int trackIndex, int clipIndex, double newStart)
 {
     const orvel::Clip *clip = clipAt(trackIndex, clipIndex);
@@ -119,7 +104,7 @@ void AppController::setClipStart(int trackIndex, int clipIndex, double start)
 
 void AppController::setClipDuration(int trackIndex, int clipIndex, double duration)
 {
-    editClip(trackIndex, clipIndex, tr("Duration updated"), tr("Duration updated"), [&](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Duration updated"), tr("Duration updated"), [&](orvel::Clip &clip) {
         orvel::applyWantedDuration(m_project, clip, orvel::secondsToUs(duration));
         if (orvel::isGeneratedClip(clip.type)) {
             clip.srcInUs = 0;
@@ -131,7 +116,7 @@ void AppController::setClipDuration(int trackIndex, int clipIndex, double durati
 
 void AppController::setClipTrim(int trackIndex, int clipIndex, double inPoint, double outPoint)
 {
-    editClip(trackIndex, clipIndex, tr("Trim updated"), tr("Trim updated"), [&](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Trim updated"), tr("Trim updated"), [&](orvel::Clip &clip) {
         orvel::applySourceTrim(m_project, clip, orvel::secondsToUs(inPoint), orvel::secondsToUs(outPoint));
         return true;
     });
@@ -139,7 +124,7 @@ void AppController::setClipTrim(int trackIndex, int clipIndex, double inPoint, d
 
 void AppController::setClipFade(int trackIndex, int clipIndex, double fadeInSeconds, double fadeOutSeconds)
 {
-    editClip(trackIndex, clipIndex, tr("Fade updated"), tr("Fade updated"), [&](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Fade updated"), tr("Fade updated"), [&](orvel::Clip &clip) {
         orvel::applyFades(clip, orvel::secondsToUs(fadeInSeconds), orvel::secondsToUs(fadeOutSeconds));
         return true;
     });
@@ -147,7 +132,7 @@ void AppController::setClipFade(int trackIndex, int clipIndex, double fadeInSeco
 
 void AppController::setClipFadeCurve(int trackIndex, int clipIndex, const QString &curve)
 {
-    editClip(trackIndex, clipIndex, tr("Fade curve changed"), tr("Fade curve updated"),
+    commitClipEdit(trackIndex, clipIndex, tr("Fade curve changed"), tr("Fade curve updated"),
              [&](orvel::Clip &clip) {
                  clip.fadeCurve = orvel::fadeCurveFromName(curve);
                  return true;
@@ -156,7 +141,7 @@ void AppController::setClipFadeCurve(int trackIndex, int clipIndex, const QStrin
 
 void AppController::setClipBlendMode(int trackIndex, int clipIndex, const QString &mode)
 {
-    editClip(trackIndex, clipIndex, tr("Blend mode changed"), tr("Blend mode updated"),
+    commitClipEdit(trackIndex, clipIndex, tr("Blend mode changed"), tr("Blend mode updated"),
              [&](orvel::Clip &clip) {
                  clip.blendMode = orvel::blendModeFromName(mode);
                  return true;
@@ -165,7 +150,7 @@ void AppController::setClipBlendMode(int trackIndex, int clipIndex, const QStrin
 
 void AppController::setClipFlip(int trackIndex, int clipIndex, bool flipH, bool flipV)
 {
-    editClip(trackIndex, clipIndex, tr("Flip changed"), tr("Clip flip updated"), [&](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Flip changed"), tr("Clip flip updated"), [&](orvel::Clip &clip) {
         clip.flipH = flipH;
         clip.flipV = flipV;
         return true;
@@ -174,7 +159,7 @@ void AppController::setClipFlip(int trackIndex, int clipIndex, bool flipH, bool 
 
 void AppController::setClipMask(int trackIndex, int clipIndex, const QVariantMap &mask)
 {
-    editClip(trackIndex, clipIndex, tr("Mask changed"), tr("Clip mask updated"), [&](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Mask changed"), tr("Clip mask updated"), [&](orvel::Clip &clip) {
         clip.mask = orvel::clipMaskFromJson(orvel::jsonWithChanges(orvel::clipMaskToJson(clip.mask), mask));
         return true;
     });
@@ -182,7 +167,7 @@ void AppController::setClipMask(int trackIndex, int clipIndex, const QVariantMap
 
 void AppController::setShapeStyle(int trackIndex, int clipIndex, const QVariantMap &style)
 {
-    editClip(trackIndex, clipIndex, tr("Shape style changed"), tr("Shape style updated"),
+    commitClipEdit(trackIndex, clipIndex, tr("Shape style changed"), tr("Shape style updated"),
              [&](orvel::Clip &clip) {
                  clip.shapeStyle = orvel::shapeStyleFromJson(
                      orvel::jsonWithChanges(orvel::shapeStyleToJson(clip.shapeStyle), style));
@@ -192,7 +177,7 @@ void AppController::setShapeStyle(int trackIndex, int clipIndex, const QVariantM
 
 void AppController::setTextStyle(int trackIndex, int clipIndex, const QVariantMap &style)
 {
-    editClip(trackIndex, clipIndex, tr("Text updated"), tr("Text updated"), [&](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Text updated"), tr("Text updated"), [&](orvel::Clip &clip) {
         clip.textStyle =
             orvel::textStyleFromJson(orvel::jsonWithChanges(orvel::textStyleToJson(clip.textStyle), style));
         return true;
@@ -201,7 +186,7 @@ void AppController::setTextStyle(int trackIndex, int clipIndex, const QVariantMa
 
 void AppController::setClipTextContent(int trackIndex, int clipIndex, const QString &text)
 {
-    editClip(trackIndex, clipIndex, tr("Text updated"), tr("Text updated"), [&](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Text updated"), tr("Text updated"), [&](orvel::Clip &clip) {
         clip.textContent = text;
         return true;
     });
@@ -209,7 +194,7 @@ void AppController::setClipTextContent(int trackIndex, int clipIndex, const QStr
 
 void AppController::resetClipTransform(int trackIndex, int clipIndex)
 {
-    editClip(trackIndex, clipIndex, tr("Reset transform"), tr("Transform reset"), [](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Reset transform"), tr("Transform reset"), [](orvel::Clip &clip) {
         clip.x = orvel::AnimatedProperty();
         clip.y = orvel::AnimatedProperty();
         clip.width = orvel::AnimatedProperty();
@@ -222,7 +207,7 @@ void AppController::resetClipTransform(int trackIndex, int clipIndex)
 void AppController::setClipRotationSnap(int trackIndex, int clipIndex, double degrees)
 {
     const QString message = tr("Rotation set to %1").arg(degrees);
-    editClip(trackIndex, clipIndex, tr("Rotation snapped"), message, [&](orvel::Clip &clip) {
+    commitClipEdit(trackIndex, clipIndex, tr("Rotation snapped"), message, [&](orvel::Clip &clip) {
         const orvel::TimeUs localUs = orvel::clipLocalTimeUs(clip, m_playheadUs);
         if (orvel::keyedWrite(clip.rotation, localUs, degrees, m_autoKeyEnabled, false))
             return true;
