@@ -17,4 +17,6 @@ cmake --build "$build_dir" -j"$(nproc)"
 export XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-/tmp/orvel-xdg-$(id -u)}"
 mkdir -p -m 700 "$XDG_RUNTIME_DIR"
 cd "$build_dir"
-xvfb-run -a -s "-screen 0 1920x1080x24" ctest --output-on-failure -j"$(nproc)" "$@"
+# -noreset: by default Xvfb resets whenever its last client leaves, and a test that connects during
+# that reset cannot open the display.
+xvfb-run -a -s "-screen 0 1920x1080x24 -noreset" ctest --output-on-failure -j"$(nproc)" "$@"
