@@ -1,6 +1,5 @@
 #include "app/ImageProviders.h"
 
-#include "catalog/TextPresets.h"
 #include "ml/SegmentFrameStore.h"
 #include "playback/ClipPreviewFrameStore.h"
 
@@ -108,12 +107,10 @@ TextStylePreviewImageProvider::TextStylePreviewImageProvider()
 
 QImage TextStylePreviewImageProvider::requestImage(const QString &id, QSize *size, const QSize &)
 {
-    // Only presets in the program's table have a sample; the table and the text renderer that
-    // draws the samples arrive together, so today every id is unknown.
-    if (!orvel::findTextPreset(id)) {
-        if (size)
-            *size = QSize();
-        return QImage();
-    }
-    return reportSize(QImage(), size);
+    // Only presets of the program's table have a sample. The table fills together with the text
+    // renderer that draws the samples; until then every id, like any unknown one, has no image.
+    Q_UNUSED(id)
+    if (size)
+        *size = QSize();
+    return QImage();
 }
