@@ -104,14 +104,15 @@ void AppController::setClipStart(int trackIndex, int clipIndex, double start)
 
 void AppController::setClipDuration(int trackIndex, int clipIndex, double duration)
 {
-    commitClipEdit(trackIndex, clipIndex, tr("Duration updated"), tr("Duration updated"), [&](orvel::Clip &clip) {
-        orvel::applyWantedDuration(m_project, clip, orvel::secondsToUs(duration));
-        if (orvel::isGeneratedClip(clip.type)) {
-            clip.srcInUs = 0;
-            clip.srcOutUs = std::min(clip.timelineDurationUs, orvel::kGeneratedClipMaxUs);
-        }
-        return true;
-    });
+    commitClipEdit(trackIndex, clipIndex, tr("Duration updated"), tr("Duration updated"),
+                   [&](orvel::Clip &clip) {
+                       orvel::applyWantedDuration(m_project, clip, orvel::secondsToUs(duration));
+                       if (orvel::isGeneratedClip(clip.type)) {
+                           clip.srcInUs = 0;
+                           clip.srcOutUs = std::min(clip.timelineDurationUs, orvel::kGeneratedClipMaxUs);
+                       }
+                       return true;
+                   });
 }
 
 void AppController::setClipTrim(int trackIndex, int clipIndex, double inPoint, double outPoint)
@@ -133,46 +134,49 @@ void AppController::setClipFade(int trackIndex, int clipIndex, double fadeInSeco
 void AppController::setClipFadeCurve(int trackIndex, int clipIndex, const QString &curve)
 {
     commitClipEdit(trackIndex, clipIndex, tr("Fade curve changed"), tr("Fade curve updated"),
-             [&](orvel::Clip &clip) {
-                 clip.fadeCurve = orvel::fadeCurveFromName(curve);
-                 return true;
-             });
+                   [&](orvel::Clip &clip) {
+                       clip.fadeCurve = orvel::fadeCurveFromName(curve);
+                       return true;
+                   });
 }
 
 void AppController::setClipBlendMode(int trackIndex, int clipIndex, const QString &mode)
 {
     commitClipEdit(trackIndex, clipIndex, tr("Blend mode changed"), tr("Blend mode updated"),
-             [&](orvel::Clip &clip) {
-                 clip.blendMode = orvel::blendModeFromName(mode);
-                 return true;
-             });
+                   [&](orvel::Clip &clip) {
+                       clip.blendMode = orvel::blendModeFromName(mode);
+                       return true;
+                   });
 }
 
 void AppController::setClipFlip(int trackIndex, int clipIndex, bool flipH, bool flipV)
 {
-    commitClipEdit(trackIndex, clipIndex, tr("Flip changed"), tr("Clip flip updated"), [&](orvel::Clip &clip) {
-        clip.flipH = flipH;
-        clip.flipV = flipV;
-        return true;
-    });
+    commitClipEdit(trackIndex, clipIndex, tr("Flip changed"), tr("Clip flip updated"),
+                   [&](orvel::Clip &clip) {
+                       clip.flipH = flipH;
+                       clip.flipV = flipV;
+                       return true;
+                   });
 }
 
 void AppController::setClipMask(int trackIndex, int clipIndex, const QVariantMap &mask)
 {
-    commitClipEdit(trackIndex, clipIndex, tr("Mask changed"), tr("Clip mask updated"), [&](orvel::Clip &clip) {
-        clip.mask = orvel::clipMaskFromJson(orvel::jsonWithChanges(orvel::clipMaskToJson(clip.mask), mask));
-        return true;
-    });
+    commitClipEdit(
+        trackIndex, clipIndex, tr("Mask changed"), tr("Clip mask updated"), [&](orvel::Clip &clip) {
+            clip.mask =
+                orvel::clipMaskFromJson(orvel::jsonWithChanges(orvel::clipMaskToJson(clip.mask), mask));
+            return true;
+        });
 }
 
 void AppController::setShapeStyle(int trackIndex, int clipIndex, const QVariantMap &style)
 {
     commitClipEdit(trackIndex, clipIndex, tr("Shape style changed"), tr("Shape style updated"),
-             [&](orvel::Clip &clip) {
-                 clip.shapeStyle = orvel::shapeStyleFromJson(
-                     orvel::jsonWithChanges(orvel::shapeStyleToJson(clip.shapeStyle), style));
-                 return true;
-             });
+                   [&](orvel::Clip &clip) {
+                       clip.shapeStyle = orvel::shapeStyleFromJson(
+                           orvel::jsonWithChanges(orvel::shapeStyleToJson(clip.shapeStyle), style));
+                       return true;
+                   });
 }
 
 void AppController::setTextStyle(int trackIndex, int clipIndex, const QVariantMap &style)
@@ -194,14 +198,15 @@ void AppController::setClipTextContent(int trackIndex, int clipIndex, const QStr
 
 void AppController::resetClipTransform(int trackIndex, int clipIndex)
 {
-    commitClipEdit(trackIndex, clipIndex, tr("Reset transform"), tr("Transform reset"), [](orvel::Clip &clip) {
-        clip.x = orvel::AnimatedProperty();
-        clip.y = orvel::AnimatedProperty();
-        clip.width = orvel::AnimatedProperty();
-        clip.height = orvel::AnimatedProperty();
-        clip.rotation = orvel::AnimatedProperty();
-        return true;
-    });
+    commitClipEdit(trackIndex, clipIndex, tr("Reset transform"), tr("Transform reset"),
+                   [](orvel::Clip &clip) {
+                       clip.x = orvel::AnimatedProperty();
+                       clip.y = orvel::AnimatedProperty();
+                       clip.width = orvel::AnimatedProperty();
+                       clip.height = orvel::AnimatedProperty();
+                       clip.rotation = orvel::AnimatedProperty();
+                       return true;
+                   });
 }
 
 void AppController::setClipRotationSnap(int trackIndex, int clipIndex, double degrees)
