@@ -5,7 +5,7 @@
 // walk of the project), timed in the same run.
 #include "BenchProjects.h"
 
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 #include "core/document/ProjectJson.h"
 #include "media/AssetLibrary.h"
 

@@ -3,7 +3,7 @@
 // entries hold, against one deep copy of the same project.
 #include "BenchProjects.h"
 
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 #include "core/document/ProjectJson.h"
 #include "media/AssetLibrary.h"
 

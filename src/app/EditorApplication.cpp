@@ -5,7 +5,7 @@
 #include "app/FileDialogs.h"
 #include "app/ImageProviders.h"
 #include "catalog/FontCatalog.h"
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 #include "media/AssetLibrary.h"
 #include "ml/DenoiseScratch.h"
 #include "playback/PreviewItem.h"

@@ -1,7 +1,7 @@
 // What QML reads from the controller: the map forms, the two list models, the keyboard table and
 // the clips under the playhead.
 #include "ControllerFixture.h"
-#include "core/BridgeMaps.h"
+#include "core/bridge/BridgeMaps.h"
 
 #include <QAbstractItemModelTester>
 #include <QCursor>

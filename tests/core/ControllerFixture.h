@@ -2,7 +2,7 @@
 
 // Shared builders for the controller suites. Documents are assembled as plain values and loaded
 // through the same JSON path a saved file takes, so every suite starts from what a user could open.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 #include "core/document/ProjectJson.h"
 #include "media/AssetLibrary.h"
 

@@ -1,6 +1,6 @@
 // The selection: an ordered list of (track, clip) pairs with a primary pair, its pruning after
 // every change of the document, and the edit capabilities derived from it.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include <QVariantMap>
 

@@ -1,4 +1,4 @@
-#include "core/TimelineModel.h"
+#include "core/bridge/TimelineModel.h"
 
 #include "core/document/EnumStrings.h"
 

@@ -1,7 +1,7 @@
 // Transitions between neighbouring clips of video and shape tracks.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
-#include "core/BridgeMaps.h"
+#include "core/bridge/BridgeMaps.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/Transitions.h"
 

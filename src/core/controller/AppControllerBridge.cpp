@@ -1,8 +1,8 @@
 // The document as QML reads it: map snapshots built on every read, the two list models, and the
 // small pieces of interface state the controller keeps for the panels.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
-#include "core/BridgeMaps.h"
+#include "core/bridge/BridgeMaps.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/ClipProperties.h"
 #include "core/document/EnumStrings.h"

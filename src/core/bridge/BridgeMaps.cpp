@@ -1,4 +1,4 @@
-#include "core/BridgeMaps.h"
+#include "core/bridge/BridgeMaps.h"
 
 #include "core/document/ClipProperties.h"
 #include "core/document/EnumStrings.h"

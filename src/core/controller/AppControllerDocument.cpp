@@ -1,5 +1,5 @@
 // The document as JSON bytes: what a save writes and what a load reads.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "core/document/ProjectJson.h"
 #include "media/AssetLibrary.h"

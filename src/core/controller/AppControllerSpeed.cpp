@@ -1,6 +1,6 @@
 // Speed: the constant speed and its duration rule, reverse, removing a curve, source times for
 // the inspector, and the custom speed session that draws a curve and applies it beside the clip.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "core/document/ClipTiming.h"
 

@@ -1,5 +1,5 @@
 // The splits. All cut through the same core; a split never lands on a clip's first instant.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include <QSet>
 

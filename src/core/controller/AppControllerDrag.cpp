@@ -1,7 +1,7 @@
 // Drag transactions: a gesture writes live into the project many times and leaves one undo
 // entry. beginPreviewDrag keeps the state the gesture started from; commit pushes it as
 // "before", cancel puts it back.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "core/EditValues.h"
 #include "core/document/ClipProperties.h"

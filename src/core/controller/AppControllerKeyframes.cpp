@@ -1,6 +1,6 @@
 // Keyframe slots: setting, removing and shaping single keys, switching a property's animation
 // on and off, what the keyframe graph reads, and which properties it hides.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "core/document/ClipProperties.h"
 #include "core/document/KeyframeEasing.h"

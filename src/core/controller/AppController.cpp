@@ -1,4 +1,4 @@
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "core/AppPaths.h"
 #include "media/AssetLibrary.h"

@@ -1,7 +1,7 @@
 // The project's canvas, frame rate, background and metadata, and the first-asset setup prompt.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
-#include "core/BridgeMaps.h"
+#include "core/bridge/BridgeMaps.h"
 #include "core/document/EnumStrings.h"
 #include "core/document/ProjectSetup.h"
 

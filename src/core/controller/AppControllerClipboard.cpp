@@ -1,6 +1,6 @@
 // Operations on the selection: delete, duplicate, the clipboard, nudge, merge, and the audio of
 // linked pairs.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include <QSet>
 

@@ -1,4 +1,4 @@
-#include "core/ClipListModel.h"
+#include "core/bridge/ClipListModel.h"
 
 #include "core/document/EnumStrings.h"
 

@@ -1,5 +1,5 @@
 // Edits of one clip: moves, trims, timing setters and the plain field writers.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "core/EditValues.h"
 #include "core/document/EnumStrings.h"

@@ -1,6 +1,6 @@
 // The keyboard table: the actions QML binds to application-wide shortcuts, the user's own keys
 // stored over the defaults, and what each action does.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include <QSettings>
 

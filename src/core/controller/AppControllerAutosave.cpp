@@ -1,5 +1,5 @@
 // Autosave snapshot and the recovery offer at start.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "core/AppPaths.h"
 #include "core/document/ProjectJson.h"

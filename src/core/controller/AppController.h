@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/BridgeMaps.h"
-#include "core/ClipListModel.h"
+#include "core/bridge/BridgeMaps.h"
+#include "core/bridge/ClipListModel.h"
 #include "core/Recovery.h"
 #include "core/SpeedCurveSession.h"
-#include "core/TimelineModel.h"
+#include "core/bridge/TimelineModel.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/Project.h"
 

@@ -1,7 +1,7 @@
 // The list of tracks and the bookmarks.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
-#include "core/BridgeMaps.h"
+#include "core/bridge/BridgeMaps.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/ProjectSetup.h"
 

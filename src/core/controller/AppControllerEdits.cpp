@@ -1,5 +1,5 @@
 // Undo entries, the refresh that follows every committed edit, and what follows undo and redo.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "core/ProjectSnapshotCommand.h"
 #include "core/document/TimelineNormalise.h"

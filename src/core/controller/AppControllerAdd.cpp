@@ -1,6 +1,6 @@
 // New clips: from assets of the media panel, generated ones (text, subtitles, shapes, stickers,
 // emoji) and the freeze frame.
-#include "core/AppController.h"
+#include "core/controller/AppController.h"
 
 #include "catalog/TextPresets.h"
 #include "core/document/EnumStrings.h"
