@@ -40,6 +40,7 @@
 //   AppControllerSplit.cpp     the splits
 //   AppControllerClipboard.cpp delete, duplicate, copy, paste, nudge, merge, separate, unlink
 //   AppControllerSelection.cpp the selection, its pruning and the edit capabilities
+//   AppControllerSubtitles.cpp SubRip import and export
 class AppController : public QObject
 {
     Q_OBJECT
@@ -375,6 +376,16 @@ public slots:
     void triggerAction(const QString &actionId);
     QString shortcutFor(const QString &actionId) const;
     void setShortcut(const QString &actionId, const QString &keys);
+
+public slots:
+    // Subtitle files (AppControllerSubtitles.cpp). Paths may come as file URLs from FileDialogs.
+    void importSubtitleFile(const QString &url, double atSeconds);
+    void importSubtitleFile(const QString &url);
+    void importSubtitleFileIntoClip(int trackIndex, int clipIndex, const QString &url);
+    void exportSubtitleFile(int trackIndex, int clipIndex, const QString &url);
+
+private:
+    bool readSubtitleCues(const QString &url, QList<orvel::SubtitleCue> &cues);
 
 public:
     QVariantList tracks() const;
