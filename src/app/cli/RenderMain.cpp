@@ -17,6 +17,22 @@
 
 namespace {
 
+// Library warnings are for diagnosing; a script wants one line that says what went wrong.
+void quietMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        std::fprintf(stderr, "%s\n", qPrintable(message));
+}
+
+bool verboseRequested(int argc, char **argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "--verbose") == 0)
+            return true;
+    }
+    return false;
+}
+
 int fail(const QString &message)
 {
     std::fprintf(stderr, "orvel-render: %s\n", qPrintable(message));
@@ -90,6 +106,8 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
         qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (!verboseRequested(argc, argv))
+        qInstallMessageHandler(quietMessages);
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orvel-render"));
@@ -108,7 +126,9 @@ int main(int argc, char **argv)
     const QCommandLineOption scaleOption(QStringLiteral("scale"),
                                          QStringLiteral("Canvas scale from 0.1 to 1 (default 1)."),
                                          QStringLiteral("S"), QStringLiteral("1"));
-    parser.addOptions({dumpOption, frameOption, outOption, scaleOption});
+    const QCommandLineOption verboseOption(QStringLiteral("verbose"),
+                                           QStringLiteral("Show the render library's warnings on stderr."));
+    parser.addOptions({dumpOption, frameOption, outOption, scaleOption, verboseOption});
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(parser.errorText());
     if (parser.isSet(QStringLiteral("help")))
