@@ -12,7 +12,7 @@
 
 using namespace orvel;
 
-namespace {
+namespace servicetest {
 
 constexpr TimeUs kMs = 1000;
 
@@ -84,7 +84,9 @@ protected:
     QSignalSpy shown{&service, &CompositorService::frameReady};
 };
 
-} // namespace
+} // namespace servicetest
+
+using namespace servicetest;
 
 TEST_F(CompositorServiceTest, NewestWaitingRequestWinsAndRepeatsAreNotDrawn)
 {

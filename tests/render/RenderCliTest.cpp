@@ -17,7 +17,7 @@
 
 using namespace scenetest;
 
-namespace {
+namespace clitest {
 
 struct CliResult
 {
@@ -74,7 +74,9 @@ protected:
 
     QTemporaryDir dir;
 };
-} // namespace
+} // namespace clitest
+
+using namespace clitest;
 
 TEST_F(RenderCliTest, DumpedSceneMatchesHandComputedValues)
 {
