@@ -7,10 +7,12 @@
 #include "render/GlShaders.h"
 #include "render/GpuEffectHooks.h"
 
+#include <QElapsedTimer>
 #include <QOpenGLExtraFunctions>
 #include <QOpenGLShaderProgram>
 
 #include <algorithm>
+#include <atomic>
 
 namespace orvel {
 
@@ -56,7 +58,15 @@ QImage readCanvas(GlFbo &canvas, QSize size)
     return image;
 }
 
+std::atomic<qint64> g_lastDrawNs{0};
+std::atomic<qint64> g_lastReadbackNs{0};
+
 } // namespace
+
+GpuCompositor::RenderTimings GpuCompositor::lastRenderTimings()
+{
+    return {g_lastDrawNs.load(), g_lastReadbackNs.load()};
+}
 
 QImage GpuCompositor::render(const GpuScene &scene)
 {
@@ -69,8 +79,16 @@ QImage GpuCompositor::render(const GpuScene &scene)
         GlFbo canvas = gl.acquireFbo(scene.size.width(), scene.size.height());
         if (!canvas.isValid())
             return;
+        QElapsedTimer timer;
+        timer.start();
         drawScene(canvas, scene, *hooks);
+        // The read-back would wait for the drawing anyway; finishing first only tells the two
+        // apart.
+        gl.extraFunctions()->glFinish();
+        g_lastDrawNs = timer.nsecsElapsed();
+        timer.restart();
         result = readCanvas(canvas, scene.size);
+        g_lastReadbackNs = timer.nsecsElapsed();
         gl.releaseFbo(canvas);
     });
     return result;

@@ -27,6 +27,15 @@ public:
     // empty size or when GL is unavailable.
     static GpuFrameTexture renderToTexture(const GpuScene &scene);
 
+    // Where the latest render() spent its time on the GL thread: drawing, up to the GPU having
+    // finished it, and reading the canvas back. For benchmarks.
+    struct RenderTimings
+    {
+        qint64 drawNs = 0;
+        qint64 readbackNs = 0;
+    };
+    static RenderTimings lastRenderTimings();
+
 private:
     // A layer's picture on the GPU: either a framebuffer of its own (returned to the pool after
     // drawing) or a texture that a cache owns, such as a still image's.
