@@ -3,8 +3,6 @@
 // with OpenGL (run it under xvfb-run); on llvmpipe the figures are informational.
 #include "render/GlRuntime.h"
 
-#include <QGuiApplication>
-
 #include <benchmark/benchmark.h>
 
 extern "C" {
@@ -111,15 +109,3 @@ void BM_Nv12ToRgba1080p(benchmark::State &state)
 BENCHMARK(BM_Nv12ToRgba1080p)->Unit(benchmark::kMillisecond)->MinTime(1.0)->UseRealTime();
 
 } // namespace
-
-int main(int argc, char **argv)
-{
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
-    QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
