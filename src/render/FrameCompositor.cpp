@@ -4,6 +4,8 @@
 #include "media/ClipReaderPool.h"
 #include "render/GlRuntime.h"
 #include "render/GpuCompositor.h"
+#include "render/text/TextLayers.h"
+#include "render/text/TextRaster.h"
 
 #include <QSet>
 #include <QStringList>
@@ -196,9 +198,11 @@ void FrameCompositor::appendTrackEntries(GpuScene &scene, const SceneContext &co
             continue;
         if (transition && (&clip == transition->from || &clip == transition->to))
             continue;
-        // Text whose animation moves word by word or letter by letter becomes one entry per unit;
-        // that splitting belongs to the text rasteriser, and until it lands such a clip goes the
-        // ordinary way below (where text yields no layer yet).
+        // Text whose animation moves word by word or letter by letter becomes one entry per unit.
+        if (clip.type == ClipType::text && textAnimatesByUnit(clip.textStyle)) {
+            scene.entries.append(unitTextEntries(context, clip, timeUs));
+            continue;
+        }
         GpuSceneEntry entry;
         entry.layer = buildLayer(context, clip, timeUs);
         if (!entry.layer.valid)

@@ -5,6 +5,7 @@
 #include "media/ClipReaderPool.h"
 #include "render/GpuCompositor.h"
 #include "render/StillImageCache.h"
+#include "render/text/TextLayers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -59,6 +60,7 @@ bool clipPicture(const SceneContext &context, const Clip &clip, TimeUs t, GpuLay
         return videoOrImagePicture(context, clip, t, layer);
     case ClipType::text:
     case ClipType::subtitle:
+        return textClipPicture(clip, t, context.scale, layer);
     case ClipType::shape:
     case ClipType::audio:
         return false;

@@ -1,0 +1,99 @@
+#include "SceneTestSupport.h"
+
+#include "render/FrameCompositor.h"
+#include "render/text/TextRaster.h"
+
+#include <gtest/gtest.h>
+
+using namespace scenetest;
+
+namespace {
+
+constexpr TimeUs kMs = 1000;
+const QRectF kBox(100, 200, 800, 300); // project pixels
+
+Clip textOf(const QString &text, TimeUs startUs = 1000 * kMs)
+{
+    Clip clip = clipOf(ClipType::text, "title", QString(), startUs, 4000 * kMs);
+    clip.textContent = text;
+    clip.textStyle.fontFamily = "DejaVu Sans";
+    place(clip, kBox);
+    return clip;
+}
+
+QList<GpuSceneEntry> entriesAt(const Project &project, TimeUs t, double scale = 1.0)
+{
+    FrameCompositor compositor(&project);
+    FrameCompositor::RenderOptions options;
+    options.previewScale = scale;
+    GpuScene scene;
+    EXPECT_TRUE(compositor.prepare(t, options, &scene));
+    return scene.entries;
+}
+
+QRectF scaledBox(double scale)
+{
+    return QRectF(kBox.topLeft() * scale, kBox.size() * scale);
+}
+
+} // namespace
+
+TEST(TextScene, WholeTextLayersCarryTheirAnimationState)
+{
+    // Halfway through a linear slide-up: half the travel left, half the opacity.
+    Clip slide = textOf("Hello");
+    slide.textStyle.animIn = {TextAnimKind::slideUp, 400 * kMs, TextAnimEase::linear};
+    QList<GpuSceneEntry> entries = entriesAt(projectOf(1920, 1080, {trackOf({slide})}), 1200 * kMs, 0.5);
+    ASSERT_EQ(entries.size(), 1);
+    const QRectF painted = rasterClipText(slide, scaledBox(0.5), 0.5).rect;
+    EXPECT_EQ(entries[0].layer.rect, painted.translated(0, 0.5 * 0.35 * painted.height()));
+    EXPECT_DOUBLE_EQ(entries[0].layer.opacity, 0.5);
+    EXPECT_TRUE(entries[0].layer.effects.isEmpty());
+
+    // A pop scales about the centre; a blur-in appends the blur effect with its radius.
+    Clip pop = textOf("Hello");
+    pop.textStyle.animIn = {TextAnimKind::pop, 400 * kMs, TextAnimEase::linear};
+    entries = entriesAt(projectOf(1920, 1080, {trackOf({pop})}), 1200 * kMs);
+    ASSERT_EQ(entries.size(), 1);
+    const QRectF whole = rasterClipText(pop, kBox, 1.0).rect;
+    EXPECT_NEAR(entries[0].layer.rect.width(), whole.width() * 0.8, 1e-9);
+    EXPECT_NEAR(entries[0].layer.rect.center().x(), whole.center().x(), 1e-9);
+
+    Clip blur = textOf("Hello");
+    blur.textStyle.animIn = {TextAnimKind::blur, 400 * kMs, TextAnimEase::linear};
+    entries = entriesAt(projectOf(1920, 1080, {trackOf({blur})}), 1100 * kMs, 0.5);
+    ASSERT_EQ(entries.size(), 1);
+    ASSERT_EQ(entries[0].layer.effects.size(), 1);
+    EXPECT_EQ(entries[0].layer.effects[0].catalogId, "builtin.effects.gaussian_blur");
+    EXPECT_DOUBLE_EQ(entries[0].layer.effects[0].parameters.value("u_blurRadius").toDouble(),
+                     0.75 * 24 * 0.5);
+}
+
+TEST(TextScene, SubtitlesShowTheCueAtTheInstant)
+{
+    Clip subtitles = clipOf(ClipType::subtitle, "subs", QString(), 0, 10000 * kMs);
+    place(subtitles, kBox);
+    subtitles.subtitleCues = {{1000 * kMs, 2000 * kMs, "first"}, {3000 * kMs, 4000 * kMs, "  "}};
+    const Project project = projectOf(1920, 1080, {trackOf({subtitles})});
+    const QList<GpuSceneEntry> shown = entriesAt(project, 1500 * kMs);
+    ASSERT_EQ(shown.size(), 1);
+    EXPECT_EQ(shown[0].layer.image, rasterText(subtitles, "first", kBox, 1.0).image);
+    EXPECT_TRUE(entriesAt(project, 2500 * kMs).isEmpty()); // between cues
+    EXPECT_TRUE(entriesAt(project, 3500 * kMs).isEmpty()); // a blank cue
+}
+
+TEST(TextScene, UnitAnimationsGiveOneEntryPerUnit)
+{
+    // Words fade in linearly over 400 ms, 100 ms apart; at 150 ms the third has not begun.
+    Clip words = textOf("one two three");
+    words.textStyle.animIn = {TextAnimKind::fade, 400 * kMs, TextAnimEase::linear, TextAnimUnit::word,
+                              100 * kMs};
+    words.opacity = constantProperty(0.8);
+    const QList<GpuSceneEntry> entries = entriesAt(projectOf(1920, 1080, {trackOf({words})}), 1150 * kMs);
+    ASSERT_EQ(entries.size(), 2);
+    EXPECT_DOUBLE_EQ(entries[0].layer.opacity, 0.8 * 150.0 / 400.0);
+    EXPECT_DOUBLE_EQ(entries[1].layer.opacity, 0.8 * 50.0 / 400.0);
+    const QList<TextUnitPiece> pieces = rasterUnits(words, kBox, 1.0, TextAnimUnit::word);
+    EXPECT_EQ(entries[1].layer.rect, pieces[1].rect);
+    EXPECT_LT(entries[0].layer.rect.right(), entries[1].layer.rect.left());
+}
