@@ -83,34 +83,44 @@ Silhouette makeSilhouette(const QList<GlyphRun> &runs, const QList<RunOutline> &
 
 QImage colouredCoverage(const QImage &coverage, const QColor &color)
 {
+    // Every coverage value maps to one premultiplied pixel; a table makes it one lookup a pixel.
     const QRgb premultiplied = qPremultiply(color.rgba());
     const uint32_t channels[4] = {uint32_t(qBlue(premultiplied)), uint32_t(qGreen(premultiplied)),
                                   uint32_t(qRed(premultiplied)), uint32_t(qAlpha(premultiplied))};
+    uint32_t table[256];
+    for (uint32_t v = 0; v < 256; ++v) {
+        table[v] = 0;
+        for (int c = 0; c < 4; ++c)
+            table[v] |= ((channels[c] * v + 127u) / 255u) << (8 * c);
+    }
     QImage image(coverage.size(), QImage::Format_ARGB32_Premultiplied);
     for (int y = 0; y < coverage.height(); ++y) {
         const uint8_t *in = coverage.constScanLine(y);
         auto *out = reinterpret_cast<uint32_t *>(image.scanLine(y));
-        for (int x = 0; x < coverage.width(); ++x) {
-            const uint32_t v = in[x];
-            uint32_t pixel = 0;
-            for (int c = 0; c < 4; ++c)
-                pixel |= ((channels[c] * v + 127u) / 255u) << (8 * c);
-            out[x] = pixel;
-        }
+        for (int x = 0; x < coverage.width(); ++x)
+            out[x] = table[in[x]];
     }
     return image;
 }
 
-void paintBlurredSilhouette(QPainter &painter, const Silhouette &silhouette, const QColor &color,
-                            double radius, const QPointF &offset, double opacity)
+// Only the neighbourhood that this blur reaches is blurred: 3r pixels around the ink.
+void paintBlurredSilhouette(QPainter &painter, const Silhouette &silhouette, const QRectF &ink,
+                            const QColor &color, double radius, const QPointF &offset, double opacity)
 {
     if (silhouette.coverage.isNull())
         return;
-    QImage coverage = silhouette.coverage.copy();
-    boxBlurPremultiplied(coverage, int(std::lround(radius)));
+    const int r = int(std::lround(radius));
+    const double pad = 3.0 * std::max(r, 0) + 2.0;
+    const QRect reach = ink.adjusted(-pad, -pad, pad, pad)
+                            .toAlignedRect()
+                            .intersected(QRect(silhouette.origin, silhouette.coverage.size()));
+    if (reach.isEmpty())
+        return;
+    QImage coverage = silhouette.coverage.copy(reach.translated(-silhouette.origin));
+    boxBlurPremultiplied(coverage, r);
     painter.save();
     painter.setOpacity(std::clamp(opacity, 0.0, 1.0));
-    painter.drawImage(QPointF(silhouette.origin) + offset, colouredCoverage(coverage, color));
+    painter.drawImage(QPointF(reach.topLeft()) + offset, colouredCoverage(coverage, color));
     painter.restore();
 }
 
@@ -209,52 +219,78 @@ struct BoxWindow
     }
 };
 
-template <int Channels> void boxBlurRow(const uint8_t *in, uint8_t *out, int width, const BoxWindow &box)
+// Rows are blurred a block at a time, so that the running sums of several rows advance side by
+// side instead of each waiting on its own previous step.
+template <int Channels, int Rows>
+void boxBlurRowBlock(const uint8_t *in, uint8_t *out, int width, qsizetype stride, const BoxWindow &box)
 {
-    uint32_t sum[Channels] = {};
-    for (int x = 0; x <= std::min(box.r, width - 1); ++x) {
-        for (int c = 0; c < Channels; ++c)
-            sum[c] += in[x * Channels + c];
-    }
-    for (int x = 0; x < width; ++x) {
-        for (int c = 0; c < Channels; ++c)
-            out[x * Channels + c] = box.average(sum[c]);
-        const int enter = x + box.r + 1;
-        const int leave = x - box.r;
-        if (enter < width) {
+    uint32_t sum[Rows][Channels] = {};
+    const int r = box.r;
+    for (int x = 0; x <= std::min(r, width - 1); ++x) {
+        for (int k = 0; k < Rows; ++k) {
             for (int c = 0; c < Channels; ++c)
-                sum[c] += in[enter * Channels + c];
-        }
-        if (leave >= 0) {
-            for (int c = 0; c < Channels; ++c)
-                sum[c] -= in[leave * Channels + c];
+                sum[k][c] += in[k * stride + x * Channels + c];
         }
     }
+    // The pixel entering the window and the one leaving it exist only away from the edges, so
+    // the row is walked in three stretches.
+    const auto step = [&](int x, bool enters, bool leaves) {
+        for (int k = 0; k < Rows; ++k) {
+            const uint8_t *row = in + k * stride;
+            for (int c = 0; c < Channels; ++c) {
+                out[k * stride + x * Channels + c] = box.average(sum[k][c]);
+                if (enters)
+                    sum[k][c] += row[(x + r + 1) * Channels + c];
+                if (leaves)
+                    sum[k][c] -= row[(x - r) * Channels + c];
+            }
+        }
+    };
+    const int headEnd = std::min(r, width);                 // nothing leaves before here
+    const int tailStart = std::max(headEnd, width - r - 1); // nothing enters from here on
+    int x = 0;
+    for (; x < headEnd; ++x)
+        step(x, x + r + 1 < width, false);
+    for (; x < tailStart; ++x)
+        step(x, true, true);
+    for (; x < width; ++x)
+        step(x, x + r + 1 < width, x - r >= 0);
 }
 
-// Columns are summed a whole row at a time, so memory is read in order.
+template <int Channels>
+void boxBlurRows(const uint8_t *in, uint8_t *out, int width, int height, qsizetype stride,
+                 const BoxWindow &box)
+{
+    constexpr int kBlock = 8;
+    int y = 0;
+    for (; y + kBlock <= height; y += kBlock)
+        boxBlurRowBlock<Channels, kBlock>(in + y * stride, out + y * stride, width, stride, box);
+    for (; y < height; ++y)
+        boxBlurRowBlock<Channels, 1>(in + y * stride, out + y * stride, width, stride, box);
+}
+
+// Columns are summed a whole row at a time, so memory is read in order. Rows outside the image
+// are a row of zeros.
 void boxBlurColumns(const uint8_t *in, uint8_t *out, int bytes, int height, qsizetype stride,
                     const BoxWindow &box)
 {
     std::vector<uint32_t> sums(size_t(bytes), 0u);
+    const std::vector<uint8_t> zeros(size_t(bytes), 0u);
     for (int y = 0; y <= std::min(box.r, height - 1); ++y) {
         const uint8_t *row = in + y * stride;
         for (int i = 0; i < bytes; ++i)
             sums[i] += row[i];
     }
+    uint32_t *sum = sums.data();
     for (int y = 0; y < height; ++y) {
+        const int enter = y + box.r + 1;
+        const int leave = y - box.r;
+        const uint8_t *entering = enter < height ? in + enter * stride : zeros.data();
+        const uint8_t *leaving = leave >= 0 ? in + leave * stride : zeros.data();
         uint8_t *target = out + y * stride;
-        for (int i = 0; i < bytes; ++i)
-            target[i] = box.average(sums[i]);
-        if (y + box.r + 1 < height) {
-            const uint8_t *row = in + (y + box.r + 1) * stride;
-            for (int i = 0; i < bytes; ++i)
-                sums[i] += row[i];
-        }
-        if (y - box.r >= 0) {
-            const uint8_t *row = in + (y - box.r) * stride;
-            for (int i = 0; i < bytes; ++i)
-                sums[i] -= row[i];
+        for (int i = 0; i < bytes; ++i) {
+            target[i] = box.average(sum[i]);
+            sum[i] += uint32_t(entering[i]) - uint32_t(leaving[i]);
         }
     }
 }
@@ -268,8 +304,7 @@ template <int Channels> void boxBlurBytes(QImage &image, int radius)
     std::vector<uint8_t> scratch(size_t(stride) * size_t(height));
     const BoxWindow box(radius);
     for (int round = 0; round < 3; ++round) {
-        for (int y = 0; y < height; ++y)
-            boxBlurRow<Channels>(pixels + y * stride, scratch.data() + y * stride, width, box);
+        boxBlurRows<Channels>(pixels, scratch.data(), width, height, stride, box);
         boxBlurColumns(scratch.data(), pixels, width * Channels, height, stride, box);
     }
 }
@@ -315,16 +350,19 @@ void paintTextRuns(QImage &image, const QPointF &origin, const QList<GlyphRun> &
     const bool shadow = style.shadowEnabled && style.shadowOpacity > 0.0;
     const bool glow = style.glowEnabled && style.glowOpacity > 0.0;
     if (shadow || glow) {
+        QRectF ink;
+        for (const RunOutline &outline : outlines)
+            ink |= outline.bounds;
         const Silhouette silhouette =
             makeSilhouette(runs, outlines, silhouetteRegion(outlines, visible, style, scale, shadow, glow));
         if (shadow) {
             const QPointF offset(style.shadowOffsetX * scale, style.shadowOffsetY * scale);
-            paintBlurredSilhouette(painter, silhouette, style.shadowColor, style.shadowBlur * scale, offset,
-                                   style.shadowOpacity);
+            paintBlurredSilhouette(painter, silhouette, ink, style.shadowColor, style.shadowBlur * scale,
+                                   offset, style.shadowOpacity);
         }
         if (glow)
-            paintBlurredSilhouette(painter, silhouette, style.glowColor, style.glowRadius * scale, QPointF(),
-                                   style.glowOpacity);
+            paintBlurredSilhouette(painter, silhouette, ink, style.glowColor, style.glowRadius * scale,
+                                   QPointF(), style.glowOpacity);
     }
     paintWords(painter, runs, outlines, style);
     if (style.underlineEnabled && style.underlineWidth > 0.0)
