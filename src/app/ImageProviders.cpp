@@ -1,7 +1,9 @@
 #include "app/ImageProviders.h"
 
+#include "catalog/TextPresets.h"
 #include "ml/SegmentFrameStore.h"
 #include "playback/ClipPreviewFrameStore.h"
+#include "render/text/TextRaster.h"
 
 #include <QFileInfo>
 #include <QUrl>
@@ -105,12 +107,25 @@ TextStylePreviewImageProvider::TextStylePreviewImageProvider()
     : QQuickImageProvider(QQuickImageProvider::Image)
 {}
 
-QImage TextStylePreviewImageProvider::requestImage(const QString &id, QSize *size, const QSize &)
+QImage TextStylePreviewImageProvider::requestImage(const QString &id, QSize *size, const QSize &requestedSize)
 {
-    // Only presets of the program's table have a sample. The table fills together with the text
-    // renderer that draws the samples; until then every id, like any unknown one, has no image.
-    Q_UNUSED(id)
-    if (size)
-        *size = QSize();
-    return QImage();
+    // Only presets of the program's table have a sample; any other id has no image.
+    const orvel::TextPreset *preset = orvel::findTextPreset(id);
+    if (!preset) {
+        if (size)
+            *size = QSize();
+        return QImage();
+    }
+    // The preset's label in its own style, on a transparent card, its letters scaled to about half
+    // the card's height. The animations are left out: a card shows the settled text.
+    const QSize card = requestedSize.isEmpty() ? QSize(240, 108) : requestedSize;
+    orvel::Clip clip;
+    clip.type = orvel::ClipType::text;
+    clip.textStyle = preset->style;
+    clip.textStyle.animIn = {};
+    clip.textStyle.animOut = {};
+    const double scale = 0.5 * card.height() / std::max(1, clip.textStyle.pixelSize);
+    const orvel::TextRaster sample =
+        orvel::rasterText(clip, preset->label, QRectF(QPointF(0, 0), card), scale);
+    return reportSize(sample.image, size);
 }
