@@ -8,6 +8,7 @@
 #include <QImage>
 #include <QRect>
 
+#include <algorithm>
 #include <functional>
 
 namespace textprobe {
@@ -32,13 +33,8 @@ inline QRect inkBox(const QImage &image, const PixelTest &test)
 inline int countPixels(const QImage &image, const PixelTest &test)
 {
     const QImage straight = image.convertToFormat(QImage::Format_ARGB32);
-    int count = 0;
-    for (int y = 0; y < straight.height(); ++y) {
-        const auto *row = reinterpret_cast<const QRgb *>(straight.constScanLine(y));
-        for (int x = 0; x < straight.width(); ++x)
-            count += test(row[x]) ? 1 : 0;
-    }
-    return count;
+    const auto *pixels = reinterpret_cast<const QRgb *>(straight.constBits());
+    return int(std::count_if(pixels, pixels + straight.width() * straight.height(), test));
 }
 
 // Runs of rows that hold any ink, separated by empty rows: the lines of a text.
