@@ -6,7 +6,7 @@
 
 using namespace fixture;
 
-namespace {
+namespace subtitlefilestest {
 
 constexpr TimeUs kSecondUs = 1000000;
 
@@ -28,7 +28,9 @@ protected:
     QTemporaryDir dir;
 };
 
-} // namespace
+} // namespace subtitlefilestest
+
+using namespace subtitlefilestest;
 
 TEST_F(SubtitleFilesTest, ImportMakesASortedClipOnANewTrack)
 {

@@ -10,7 +10,7 @@
 
 using namespace orvel;
 
-namespace {
+namespace srttest {
 
 constexpr TimeUs kHourUs = 3600LL * 1000000;
 
@@ -56,7 +56,9 @@ QList<SubtitleCue> sortedByStart(QList<SubtitleCue> cues)
     return cues;
 }
 
-} // namespace
+} // namespace srttest
+
+using namespace srttest;
 
 TEST(SubRip, AwkwardFileReadsWritesAndReadsBackTheSame)
 {

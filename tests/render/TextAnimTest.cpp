@@ -7,7 +7,7 @@
 
 using namespace orvel;
 
-namespace {
+namespace textanimtest {
 
 constexpr TimeUs kMs = 1000;
 constexpr TimeUs kClipUs = 2000 * kMs;
@@ -47,7 +47,9 @@ Clip animatedClip(TextAnimKind in, TextAnimKind out, TextAnimEase ease = TextAni
     return clip;
 }
 
-} // namespace
+} // namespace textanimtest
+
+using namespace textanimtest;
 
 TEST(TextAnimation, EachKindEntersAndLeavesThroughItsStartMiddleAndEnd)
 {

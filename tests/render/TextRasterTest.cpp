@@ -11,7 +11,7 @@
 using namespace orvel;
 using namespace textprobe;
 
-namespace {
+namespace textrastertest {
 
 const PixelTest kWhite = colour(255, 255, 255);
 constexpr double kTolerancePx = 1.5;
@@ -29,7 +29,9 @@ bool hasFamilyFor(QFontDatabase::WritingSystem system)
     return !QFontDatabase::families(system).isEmpty();
 }
 
-} // namespace
+} // namespace textrastertest
+
+using namespace textrastertest;
 
 TEST(TextRaster, ImageIsTheBoxGrownByTheStyleMargin)
 {

@@ -7,14 +7,14 @@
 
 using namespace scenetest;
 
-namespace {
+namespace textscenetest {
 
-constexpr TimeUs kMs = 1000;
+constexpr TimeUs kMillisUs = 1000;
 const QRectF kBox(100, 200, 800, 300); // project pixels
 
-Clip textOf(const QString &text, TimeUs startUs = 1000 * kMs)
+Clip textOf(const QString &text, TimeUs startUs = 1000 * kMillisUs)
 {
-    Clip clip = clipOf(ClipType::text, "title", QString(), startUs, 4000 * kMs);
+    Clip clip = clipOf(ClipType::text, "title", QString(), startUs, 4000 * kMillisUs);
     clip.textContent = text;
     clip.textStyle.fontFamily = "DejaVu Sans";
     place(clip, kBox);
@@ -35,10 +35,10 @@ TextAnimation animation(TextAnimKind kind, TextAnimUnit unit = TextAnimUnit::blo
 {
     TextAnimation anim;
     anim.kind = kind;
-    anim.durationUs = 400 * kMs;
+    anim.durationUs = 400 * kMillisUs;
     anim.ease = TextAnimEase::linear;
     anim.unit = unit;
-    anim.staggerUs = 100 * kMs;
+    anim.staggerUs = 100 * kMillisUs;
     return anim;
 }
 
@@ -47,14 +47,17 @@ QRectF scaledBox(double scale)
     return QRectF(kBox.topLeft() * scale, kBox.size() * scale);
 }
 
-} // namespace
+} // namespace textscenetest
+
+using namespace textscenetest;
 
 TEST(TextScene, WholeTextLayersCarryTheirAnimationState)
 {
     // Halfway through a linear slide-up: half the travel left, half the opacity.
     Clip slide = textOf("Hello");
     slide.textStyle.animIn = animation(TextAnimKind::slideUp);
-    QList<GpuSceneEntry> entries = entriesAt(projectOf(1920, 1080, {trackOf({slide})}), 1200 * kMs, 0.5);
+    QList<GpuSceneEntry> entries =
+        entriesAt(projectOf(1920, 1080, {trackOf({slide})}), 1200 * kMillisUs, 0.5);
     ASSERT_EQ(entries.size(), 1);
     const QRectF painted = rasterClipText(slide, scaledBox(0.5), 0.5).rect;
     EXPECT_EQ(entries[0].layer.rect, painted.translated(0, 0.5 * 0.35 * painted.height()));
@@ -64,7 +67,7 @@ TEST(TextScene, WholeTextLayersCarryTheirAnimationState)
     // A blur-in appends the blur effect with its radius.
     Clip blur = textOf("Hello");
     blur.textStyle.animIn = animation(TextAnimKind::blur);
-    entries = entriesAt(projectOf(1920, 1080, {trackOf({blur})}), 1100 * kMs, 0.5);
+    entries = entriesAt(projectOf(1920, 1080, {trackOf({blur})}), 1100 * kMillisUs, 0.5);
     ASSERT_EQ(entries.size(), 1);
     ASSERT_EQ(entries[0].layer.effects.size(), 1);
     EXPECT_EQ(entries[0].layer.effects[0].catalogId, "builtin.effects.gaussian_blur");
@@ -74,15 +77,16 @@ TEST(TextScene, WholeTextLayersCarryTheirAnimationState)
 
 TEST(TextScene, SubtitlesShowTheCueAtTheInstant)
 {
-    Clip subtitles = clipOf(ClipType::subtitle, "subs", QString(), 0, 10000 * kMs);
+    Clip subtitles = clipOf(ClipType::subtitle, "subs", QString(), 0, 10000 * kMillisUs);
     place(subtitles, kBox);
-    subtitles.subtitleCues = {{1000 * kMs, 2000 * kMs, "first"}, {3000 * kMs, 4000 * kMs, "  "}};
+    subtitles.subtitleCues = {{1000 * kMillisUs, 2000 * kMillisUs, "first"},
+                              {3000 * kMillisUs, 4000 * kMillisUs, "  "}};
     const Project project = projectOf(1920, 1080, {trackOf({subtitles})});
-    const QList<GpuSceneEntry> shown = entriesAt(project, 1500 * kMs);
+    const QList<GpuSceneEntry> shown = entriesAt(project, 1500 * kMillisUs);
     ASSERT_EQ(shown.size(), 1);
     EXPECT_EQ(shown[0].layer.image, rasterText(subtitles, "first", kBox, 1.0).image);
-    EXPECT_TRUE(entriesAt(project, 2500 * kMs).isEmpty()); // between cues
-    EXPECT_TRUE(entriesAt(project, 3500 * kMs).isEmpty()); // a blank cue
+    EXPECT_TRUE(entriesAt(project, 2500 * kMillisUs).isEmpty()); // between cues
+    EXPECT_TRUE(entriesAt(project, 3500 * kMillisUs).isEmpty()); // a blank cue
 }
 
 TEST(TextScene, UnitAnimationsGiveOneEntryPerUnit)
@@ -91,7 +95,8 @@ TEST(TextScene, UnitAnimationsGiveOneEntryPerUnit)
     Clip words = textOf("one two three");
     words.textStyle.animIn = animation(TextAnimKind::fade, TextAnimUnit::word);
     words.opacity = constantProperty(0.8);
-    const QList<GpuSceneEntry> entries = entriesAt(projectOf(1920, 1080, {trackOf({words})}), 1150 * kMs);
+    const QList<GpuSceneEntry> entries =
+        entriesAt(projectOf(1920, 1080, {trackOf({words})}), 1150 * kMillisUs);
     ASSERT_EQ(entries.size(), 2);
     EXPECT_DOUBLE_EQ(entries[0].layer.opacity, 0.8 * 150.0 / 400.0);
     EXPECT_DOUBLE_EQ(entries[1].layer.opacity, 0.8 * 50.0 / 400.0);
