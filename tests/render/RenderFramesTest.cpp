@@ -103,15 +103,15 @@ TEST_F(RenderFramesTest, OverlappingClipsCrossfadeInTheRightPlaces)
     // They overlap for [1.5 s, 2 s), and the crossfade runs over that window.
     const Rgb red = solidVideo("a.mp4", "0xC83C28");
     const Rgb blue = solidVideo("b.mp4", "0x3050D0");
-    orvel::Clip a = scenetest::videoClip("a", file("a.mp4"), 0, 2'000'000, 0);
-    orvel::Clip b = scenetest::videoClip("b", file("b.mp4"), 1'500'000, 1'500'000, 0);
+    orvel::Clip a = scenetest::clipOf(orvel::ClipType::video, "a", file("a.mp4"), 0, 2'000'000);
+    orvel::Clip b = scenetest::clipOf(orvel::ClipType::video, "b", file("b.mp4"), 1'500'000, 1'500'000);
     scenetest::place(b, QRectF(160, 90, 160, 90));
-    orvel::Track track = scenetest::videoTrack({a, b});
+    orvel::Track track = scenetest::trackOf({a, b});
     track.transitions = {scenetest::crossfade("a", "b", 500'000)};
     const QString project = file("project.json");
     QFile out(project);
     ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-    out.write(QJsonDocument(orvel::projectToJson(scenetest::project(320, 180, {track}))).toJson());
+    out.write(QJsonDocument(orvel::projectToJson(scenetest::projectOf(320, 180, {track}))).toJson());
     out.close();
 
     const QImage before = renderFrame(project, 1.0);
