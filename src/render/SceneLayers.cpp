@@ -48,8 +48,9 @@ bool videoOrImagePicture(const SceneContext &context, const Clip &clip, TimeUs t
     return true;
 }
 
-// One picture builder for each clip kind. Text, subtitles and shapes are rasterised by their
-// own modules, which plug in here; until a kind has its builder its clips give no layer.
+// One picture builder for each clip kind; each fills the layer's picture and may adjust the
+// placement, opacity and effects already in it. Text, subtitles and shapes are rasterised by
+// their own modules, which plug in here; until a kind has its builder its clips give no layer.
 bool clipPicture(const SceneContext &context, const Clip &clip, TimeUs t, GpuLayer &layer)
 {
     switch (clip.type) {
@@ -158,23 +159,22 @@ GpuLayer buildLayer(const SceneContext &context, const Clip &clip, TimeUs t)
     const Project &project = *context.project;
     const TimeUs localUs = t - clip.timelineStartUs;
     const double s = context.scale;
-    const QRectF rect(animatedOr(clip.x, localUs, 0.0) * s, animatedOr(clip.y, localUs, 0.0) * s,
-                      animatedOr(clip.width, localUs, project.width) * s,
-                      animatedOr(clip.height, localUs, project.height) * s);
-    if (rect.width() <= 0.5 || rect.height() <= 0.5)
+    layer.rect = QRectF(animatedOr(clip.x, localUs, 0.0) * s, animatedOr(clip.y, localUs, 0.0) * s,
+                        animatedOr(clip.width, localUs, project.width) * s,
+                        animatedOr(clip.height, localUs, project.height) * s);
+    if (layer.rect.width() <= 0.5 || layer.rect.height() <= 0.5)
         return layer;
-    if (!clipPicture(context, clip, t, layer))
-        return layer;
-    layer.effects = effectsAt(clip, localUs);
-    if (layer.nv12.isEmpty() && layer.image.isNull())
-        return layer;
-    attachMatte(context, clip, t, layer);
-    layer.rect = rect;
+    // Placement, opacity and effects come first, so that a kind's picture builder can adjust
+    // them: animated text moves its rectangle, fades itself and may add a blur.
     layer.rotationDegrees = animatedOr(clip.rotation, localUs, 0.0);
     layer.flipH = clip.flipH;
     layer.flipV = clip.flipV;
     layer.opacity = clipOpacityAt(clip, localUs);
     layer.localTimeUs = localUs;
+    layer.effects = effectsAt(clip, localUs);
+    if (!clipPicture(context, clip, t, layer) || (layer.nv12.isEmpty() && layer.image.isNull()))
+        return layer;
+    attachMatte(context, clip, t, layer);
     // Face boxes are wanted only by effects that declare they need faces, which the effect
     // catalog tells; without it no effect asks, so the list stays empty.
     layer.valid = true;

@@ -12,7 +12,7 @@
 
 using namespace orvel;
 
-namespace {
+namespace servicetest {
 
 constexpr TimeUs kMs = 1000;
 
@@ -26,43 +26,32 @@ class GatedWorker : public CompositorWorker
 {
 public:
     QSemaphore gate;
-
-    QList<Composite> composites() const
-    {
-        QMutexLocker lock(&m_mutex);
-        return m_composites;
-    }
+    QMutex mutex;
+    QList<Composite> composites;
 
 protected:
     GpuFrameTexture renderFrame(const Project &, TimeUs timeUs,
                                 const FrameCompositor::RenderOptions &options) override
     {
         {
-            QMutexLocker lock(&m_mutex);
-            m_composites.append({timeUs, options.previewScale});
+            QMutexLocker lock(&mutex);
+            composites.append({timeUs, options.previewScale});
         }
         gate.acquire();
         return GpuFrameTexture{7, QSize(16, 9)};
     }
-
-private:
-    mutable QMutex m_mutex;
-    QList<Composite> m_composites;
 };
 
 class CompositorServiceTest : public ::testing::Test
 {
 protected:
-    CompositorServiceTest() : worker(new GatedWorker), service(worker) { service.setProject(&project); }
+    CompositorServiceTest() { service.setProject(&project); }
     // A worker still waiting would keep the service's thread from stopping.
     ~CompositorServiceTest() override { worker->gate.release(1000); }
 
     void request(TimeUs timeUs, double scale = 1.0, TimeUs readAheadUs = 0)
     {
-        FrameCompositor::RenderOptions options;
-        options.previewScale = scale;
-        options.readAheadUs = readAheadUs;
-        service.requestFrame(timeUs, options);
+        service.requestFrame(timeUs, FrameCompositor::RenderOptions{scale, -1, readAheadUs, {}});
     }
 
     // Lets the composite in flight finish and waits until the service has taken its result.
@@ -74,24 +63,32 @@ protected:
             ASSERT_TRUE(finished.wait(10000));
     }
 
-    QList<TimeUs> compositeTimes() const
+    QList<Composite> composites()
+    {
+        QMutexLocker lock(&worker->mutex);
+        return worker->composites;
+    }
+
+    QList<TimeUs> compositeTimes()
     {
         QList<TimeUs> times;
-        for (const Composite &c : worker->composites())
+        for (const Composite &c : composites())
             times.append(c.timeUs);
         return times;
     }
 
     Project project;
-    GatedWorker *worker;
-    CompositorService service;
+    GatedWorker *worker = new GatedWorker;
+    CompositorService service{worker};
     QSignalSpy finished{&service, &CompositorService::compositeFinished};
     QSignalSpy shown{&service, &CompositorService::frameReady};
 };
 
-} // namespace
+} // namespace servicetest
 
-TEST_F(CompositorServiceTest, BurstWhileBusyGivesOneMoreCompositeForTheLastRequest)
+using namespace servicetest;
+
+TEST_F(CompositorServiceTest, NewestWaitingRequestWinsAndRepeatsAreNotDrawn)
 {
     service.setAdaptive(false);
     request(0);
@@ -103,22 +100,15 @@ TEST_F(CompositorServiceTest, BurstWhileBusyGivesOneMoreCompositeForTheLastReque
     EXPECT_EQ(compositeTimes(), (QList<TimeUs>{0, 1000 * kMs}));
     EXPECT_FALSE(service.isBusy()); // nothing further was dispatched
     EXPECT_EQ(shown.count(), 2);    // without adaptation even the old frame is shown
-}
 
-TEST_F(CompositorServiceTest, RepeatedRequestIsNotDrawnAgain)
-{
     request(500 * kMs);
-    request(500 * kMs);
+    request(500 * kMs); // the same again while busy: nothing more
     finishOne();
-    EXPECT_FALSE(service.isBusy());
-    EXPECT_EQ(compositeTimes(), (QList<TimeUs>{500 * kMs}));
-
-    // The same time with other options is a new picture.
     request(500 * kMs);
-    request(500 * kMs, 1.0, 2'000'000);
+    request(500 * kMs, 1.0, 2'000'000); // the same time with other options: a new picture
     finishOne();
     finishOne();
-    EXPECT_EQ(compositeTimes(), (QList<TimeUs>{500 * kMs, 500 * kMs, 500 * kMs}));
+    EXPECT_EQ(compositeTimes().mid(2), (QList<TimeUs>{500 * kMs, 500 * kMs, 500 * kMs}));
     EXPECT_FALSE(service.isBusy());
 }
 
@@ -140,7 +130,7 @@ TEST_F(CompositorServiceTest, LateFramesShrinkTheScaleAndOnTimeFramesRestoreIt)
 
     // Now each result is for the newest time: on time.
     finishOne();
-    EXPECT_DOUBLE_EQ(worker->composites().last().scale, 0.25);
+    EXPECT_DOUBLE_EQ(composites().last().scale, 0.25);
     for (int onTime = 2; onTime <= 7; ++onTime) {
         t += 40 * kMs;
         request(t);
@@ -158,7 +148,7 @@ TEST_F(CompositorServiceTest, LateFramesShrinkTheScaleAndOnTimeFramesRestoreIt)
     finishOne();
     finishOne();
     EXPECT_FALSE(service.isBusy());
-    const QList<Composite> last = worker->composites().mid(worker->composites().size() - 2);
+    const QList<Composite> last = composites().mid(composites().size() - 2);
     EXPECT_DOUBLE_EQ(last[0].scale, 0.5 * 0.25 * 1.15);
     EXPECT_DOUBLE_EQ(last[1].scale, 0.14);
 

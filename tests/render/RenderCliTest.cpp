@@ -15,10 +15,9 @@
 
 #include <gtest/gtest.h>
 
-using namespace orvel;
 using namespace scenetest;
 
-namespace {
+namespace clitest {
 
 struct CliResult
 {
@@ -44,17 +43,16 @@ CliResult runCli(const QStringList &arguments)
 Project crossfadeProject()
 {
     const QString video = testmedia::path("pattern.mp4");
-    Clip a = videoClip("a", video, 0, 2'000'000, 0);
-    Clip b = videoClip("b", video, 1'500'000, 2'000'000, 2'000'000);
+    Clip b = clipOf(ClipType::video, "b", video, 1'500'000, 2'000'000, 2'000'000);
     b.fadeInUs = 500'000;
     b.fadeCurve = FadeCurve::linear;
-    Track videos = videoTrack({a, b});
-    videos.transitions = {crossfade("a", "b", 500'000)};
-    Clip logo = stillClip("logo", testmedia::path("small.png"), 0, 3'000'000);
+    Clip logo = clipOf(ClipType::image, "logo", testmedia::path("small.png"), 0, 3'000'000);
     place(logo, QRectF(40, 20, 200, 100));
     logo.fadeInUs = 2'000'000;
     logo.fadeCurve = FadeCurve::smooth;
-    return scenetest::project(640, 360, {videoTrack({logo}), videos});
+    return projectOf(640, 360,
+                     {trackOf({logo}), trackOf({clipOf(ClipType::video, "a", video, 0, 2'000'000), b},
+                                               {crossfade("a", "b", 500'000)})});
 }
 
 class RenderCliTest : public ::testing::Test
@@ -76,23 +74,16 @@ protected:
 
     QTemporaryDir dir;
 };
+} // namespace clitest
 
-QJsonArray numbers(std::initializer_list<double> values)
-{
-    QJsonArray array;
-    for (double v : values)
-        array.append(v);
-    return array;
-}
-
-} // namespace
+using namespace clitest;
 
 TEST_F(RenderCliTest, DumpedSceneMatchesHandComputedValues)
 {
     const CliResult result = runCli({projectFile(), "--dump-scene", "1.75", "--scale", "0.5"});
     ASSERT_EQ(result.exitCode, 0) << result.err.constData();
     const QJsonObject scene = QJsonDocument::fromJson(result.out).object();
-    EXPECT_EQ(scene["size"].toArray(), numbers({320, 180}));
+    EXPECT_EQ(scene["size"].toArray(), (QJsonArray{320, 180}));
     const QJsonArray entries = scene["entries"].toArray();
     ASSERT_EQ(entries.size(), 2);
 
@@ -103,16 +94,16 @@ TEST_F(RenderCliTest, DumpedSceneMatchesHandComputedValues)
     EXPECT_EQ(transition["transitionTimeUs"].toInteger(), 250'000);
     const QJsonObject from = transition["fromLayer"].toObject();
     const QJsonObject to = transition["toLayer"].toObject();
-    EXPECT_EQ(from["rect"].toArray(), numbers({0, 0, 320, 180}));
+    EXPECT_EQ(from["rect"].toArray(), (QJsonArray{0, 0, 320, 180}));
     EXPECT_EQ(from["localTimeUs"].toInteger(), 1'750'000);
-    EXPECT_EQ(from["nv12Size"].toArray(), numbers({testmedia::kPatternWidth, testmedia::kPatternHeight}));
+    EXPECT_EQ(from["nv12Size"].toArray(), (QJsonArray{testmedia::kPatternWidth, testmedia::kPatternHeight}));
     EXPECT_DOUBLE_EQ(from["opacity"].toDouble(), 1.0);
     EXPECT_EQ(to["localTimeUs"].toInteger(), 250'000);
     EXPECT_DOUBLE_EQ(to["opacity"].toDouble(), 0.5); // linear fade-in, half of 500 ms
 
     // The image on top: its rectangle at half scale, 7/8 of a smooth 2 s fade-in.
     const QJsonObject logo = entries[1].toObject()["layer"].toObject();
-    EXPECT_EQ(logo["rect"].toArray(), numbers({20, 10, 100, 50}));
+    EXPECT_EQ(logo["rect"].toArray(), (QJsonArray{20, 10, 100, 50}));
     const double v = 1.75 / 2.0;
     EXPECT_NEAR(logo["opacity"].toDouble(), v * v * (3 - 2 * v), 1e-12);
     EXPECT_EQ(entries[1].toObject()["blendMode"].toInt(), 0);

@@ -3,7 +3,6 @@
 #include "../media/TestMedia.h"
 #include "SceneTestSupport.h"
 
-#include "media/Nv12Frame.h"
 #include "render/FrameCompositor.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +10,6 @@
 #include <cmath>
 #include <numbers>
 
-using namespace orvel;
 using namespace scenetest;
 
 namespace {
@@ -20,27 +18,26 @@ constexpr TimeUs kSecond = 1'000'000;
 
 GpuScene buildAt(const Project &project, TimeUs t, double scale = 1.0, const QString &excluded = {})
 {
-    FrameCompositor compositor(&project);
     FrameCompositor::RenderOptions options;
     options.previewScale = scale;
     options.excludedClipId = excluded;
     GpuScene scene;
-    EXPECT_TRUE(compositor.prepare(t, options, &scene));
+    EXPECT_TRUE(FrameCompositor(&project).prepare(t, options, &scene));
     return scene;
 }
 
-// The x of each plain entry's rectangle, bottom first; the tests give every clip its own x.
-QList<double> entryXs(const GpuScene &scene)
+// Every still gets its own x, so an entry is known by it; -1 marks a transition.
+QList<double> entryXs(const Project &project, TimeUs t, double scale = 1.0, const QString &excluded = {})
 {
     QList<double> xs;
-    for (const GpuSceneEntry &entry : scene.entries)
+    for (const GpuSceneEntry &entry : buildAt(project, t, scale, excluded).entries)
         xs.append(entry.isTransition ? -1.0 : entry.layer.rect.x());
     return xs;
 }
 
-Clip placedStill(const QString &id, double x, TimeUs startUs = 0, TimeUs durationUs = 4 * kSecond)
+Clip still(const QString &id, double x, TimeUs startUs = 0, TimeUs durationUs = 4 * kSecond)
 {
-    Clip clip = stillClip(id, testmedia::path("small.png"), startUs, durationUs);
+    Clip clip = clipOf(ClipType::image, id, testmedia::path("small.png"), startUs, durationUs);
     place(clip, QRectF(x, 0, 100, 100));
     return clip;
 }
@@ -49,218 +46,163 @@ Clip placedStill(const QString &id, double x, TimeUs startUs = 0, TimeUs duratio
 
 TEST(SceneBuild, EntriesRunBottomFirstWithoutHiddenOrAudioTracks)
 {
-    Track hidden = videoTrack({placedStill("hidden", 20)});
+    Track hidden = trackOf({still("hidden", 20)});
     hidden.hidden = true;
-    Track audio = videoTrack({placedStill("audio", 30)});
+    Track audio = trackOf({still("audio", 30)});
     audio.type = TrackType::audio;
-    const Project project =
-        scenetest::project(640, 360,
-                           {videoTrack({placedStill("top", 10)}), hidden, audio,
-                            videoTrack({placedStill("bottom", 40), placedStill("later", 50, 3 * kSecond)})});
-    EXPECT_EQ(entryXs(buildAt(project, kSecond)), (QList<double>{40, 10}));
-    // Clips of one track follow their list order; a clip that has not started is absent.
-    EXPECT_EQ(entryXs(buildAt(project, 3 * kSecond)), (QList<double>{40, 50, 10}));
-    // The end of a clip is exclusive.
-    EXPECT_TRUE(buildAt(project, 7 * kSecond).entries.isEmpty());
+    const Project project = projectOf(640, 360,
+                                      {trackOf({still("top", 10)}), hidden, audio,
+                                       trackOf({still("low", 40), still("next", 50, 3 * kSecond)})});
+    EXPECT_EQ(entryXs(project, kSecond), (QList<double>{40, 10}));
+    EXPECT_EQ(entryXs(project, 3 * kSecond), (QList<double>{40, 50, 10}));
+    EXPECT_EQ(entryXs(project, 7 * kSecond), (QList<double>{})); // clip ends are exclusive
 }
 
-TEST(SceneBuild, BackgroundColourOnlyWhereNothingCovers)
+TEST(SceneBuild, BackgroundColourOrTheLowestPictureToBlur)
 {
-    Project project = scenetest::project(640, 360, {videoTrack({placedStill("a", 10, kSecond, kSecond)})});
+    Project project =
+        projectOf(640, 360,
+                  {trackOf({clipOf(ClipType::image, "sq", testmedia::path("small.png"), 0, 2 * kSecond)}),
+                   trackOf({clipOf(ClipType::image, "wide", testmedia::path("still.png"), 0, kSecond)})});
     project.background.color = QColor(200, 30, 40);
-    const GpuScene empty = buildAt(project, 0);
-    EXPECT_EQ(empty.size, QSize(640, 360));
+    const GpuScene empty = buildAt(project, 3 * kSecond);
     EXPECT_EQ(empty.backgroundColor, QColor(200, 30, 40));
-    EXPECT_FALSE(empty.backgroundBlur);
-    EXPECT_TRUE(empty.entries.isEmpty());
-    EXPECT_EQ(buildAt(project, kSecond).entries.size(), 1);
-}
+    EXPECT_TRUE(empty.entries.isEmpty() && !empty.backgroundBlur);
+    EXPECT_EQ(buildAt(project, 0).entries.size(), 2);
 
-TEST(SceneBuild, BlurBackgroundTakesTheLowestPictureOrNone)
-{
-    Clip wide = stillClip("wide", testmedia::path("still.png"), 0, kSecond);
-    Clip square = stillClip("square", testmedia::path("small.png"), 0, 2 * kSecond);
-    Project project = scenetest::project(640, 360, {videoTrack({square}), videoTrack({wide})});
     project.background.kind = BackgroundKind::blur;
-    project.background.color = QColor(255, 0, 0);
     project.background.blurStrength = 35.0;
-
     const GpuScene covered = buildAt(project, 0);
     EXPECT_TRUE(covered.backgroundBlur);
     EXPECT_EQ(covered.backgroundColor, QColor(0, 0, 0));
     EXPECT_EQ(covered.blurStrength, 35.0);
     EXPECT_EQ(covered.backgroundImage.size(), QSize(640, 360)); // the bottom track's 640x360 still
-    // Only the top clip is left: its 64x64 picture fitted into the canvas.
-    EXPECT_EQ(buildAt(project, kSecond).backgroundImage.size(), QSize(360, 360));
-
+    EXPECT_EQ(buildAt(project, kSecond).backgroundImage.size(), QSize(360, 360)); // 64x64 fitted
     const GpuScene bare = buildAt(project, 3 * kSecond);
-    EXPECT_TRUE(bare.backgroundBlur);
+    EXPECT_TRUE(bare.backgroundBlur && bare.backgroundImage.isNull());
     EXPECT_EQ(bare.backgroundColor, QColor(0, 0, 0));
-    EXPECT_TRUE(bare.backgroundImage.isNull());
 }
 
-TEST(SceneBuild, RectanglesFollowKeyframesAndTheScale)
+TEST(SceneBuild, RectanglesFollowKeyframesAndScaleAndVanishBelowHalfAPixel)
 {
-    Clip moving = stillClip("moving", testmedia::path("small.png"), kSecond, 2 * kSecond);
+    Clip moving = clipOf(ClipType::image, "moving", testmedia::path("small.png"), kSecond, 2 * kSecond);
     place(moving, QRectF(100, 50, 800, 600));
     setAt(moving.x, kSecond, 1100); // linear from 100 to 1100 over the first second
-    Clip unplaced = stillClip("unplaced", testmedia::path("small.png"), 0, 4 * kSecond);
-    const Project project = scenetest::project(1920, 1080, {videoTrack({moving}), videoTrack({unplaced})});
-
+    const Project project = projectOf(
+        1920, 1080,
+        {trackOf({moving}), trackOf({clipOf(ClipType::image, "full", moving.path, 0, kSecond * 4)})});
     const GpuScene half = buildAt(project, kSecond + kSecond / 4, 0.5);
     EXPECT_EQ(half.size, QSize(960, 540));
     ASSERT_EQ(half.entries.size(), 2);
     EXPECT_EQ(half.entries[0].layer.rect, QRectF(0, 0, 960, 540)); // no keys: the whole canvas
     EXPECT_EQ(half.entries[1].layer.rect, QRectF(175, 25, 400, 300));
     EXPECT_EQ(half.entries[1].layer.localTimeUs, kSecond / 4);
-
-    // Scales below 0.1 are read as 0.1, and sizes round to whole pixels.
-    const GpuScene tiny = buildAt(project, kSecond, 0.01);
+    const GpuScene tiny = buildAt(project, kSecond, 0.01); // read as 0.1
     EXPECT_EQ(tiny.size, QSize(192, 108));
     EXPECT_EQ(tiny.entries[1].layer.rect, QRectF(10, 5, 80, 60));
-}
 
-TEST(SceneBuild, NoLayerForARectangleOfHalfAPixelOrLess)
-{
-    Clip zero = placedStill("zero", 10);
+    Clip zero = still("zero", 10), halfPixel = still("half", 20), visible = still("visible", 30);
     zero.width = constantProperty(0);
-    Clip half = placedStill("half", 20);
-    half.height = constantProperty(1.0); // 0.5 px at scale 0.5
-    Clip visible = placedStill("visible", 30);
+    halfPixel.height = constantProperty(1.0); // 0.5 px at scale 0.5
     visible.height = constantProperty(1.2);
-    const Project project = scenetest::project(640, 360, {videoTrack({zero, half, visible})});
-    EXPECT_EQ(entryXs(buildAt(project, 0, 0.5)), (QList<double>{15}));
+    Clip missing = still("missing", 40), noPath = still("nopath", 50);
+    missing.path = testmedia::missingFile();
+    noPath.path.clear();
+    EXPECT_EQ(entryXs(projectOf(640, 360, {trackOf({zero, halfPixel, visible, missing, noPath})}), 0, 0.5),
+              (QList<double>{15}));
 }
 
 TEST(SceneBuild, OpacityCombinesFadesShapedByEachCurve)
 {
-    // Fade in over 1 s and out over 2 s of a 4 s clip at opacity 0.8; 0.25 of each ramp is
+    // Fade in over 1 s and out over 2 s of a 4 s clip at opacity 0.8: a quarter of each ramp is
     // reached at 0.25 s and at 3.5 s.
-    const double linear = 0.25;
-    const double smooth = 0.25 * 0.25 * (3.0 - 2.0 * 0.25);
-    const double equalPower = std::sin(0.25 * std::numbers::pi / 2.0);
-    const std::pair<FadeCurve, double> cases[] = {
-        {FadeCurve::linear, linear}, {FadeCurve::smooth, smooth}, {FadeCurve::equalPower, equalPower}};
+    const std::pair<FadeCurve, double> cases[] = {{FadeCurve::linear, 0.25},
+                                                  {FadeCurve::smooth, 0.25 * 0.25 * 2.5},
+                                                  {FadeCurve::equalPower, std::sin(std::numbers::pi / 8)}};
     for (const auto &[curve, ramp] : cases) {
-        Clip clip = placedStill("c", 10);
+        SCOPED_TRACE(int(curve));
+        Clip clip = still("c", 10);
         clip.fadeInUs = kSecond;
         clip.fadeOutUs = 2 * kSecond;
         clip.fadeCurve = curve;
         clip.opacity = constantProperty(0.8);
-        const Project project = scenetest::project(640, 360, {videoTrack({clip})});
-        SCOPED_TRACE(int(curve));
-        EXPECT_NEAR(buildAt(project, kSecond / 4).entries[0].layer.opacity, 0.8 * ramp, 1e-9);
-        EXPECT_NEAR(buildAt(project, 3 * kSecond + kSecond / 2).entries[0].layer.opacity, 0.8 * ramp, 1e-9);
-        EXPECT_NEAR(buildAt(project, 2 * kSecond).entries[0].layer.opacity, 0.8, 1e-9);
-        // At the very start the fade-in gives nothing, yet the layer stays in the scene.
-        EXPECT_NEAR(buildAt(project, 0).entries[0].layer.opacity, 0.0, 1e-9);
+        const Project project = projectOf(640, 360, {trackOf({clip})});
+        const auto opacityAt = [&](TimeUs t) { return buildAt(project, t).entries.value(0).layer.opacity; };
+        EXPECT_NEAR(opacityAt(kSecond / 4), 0.8 * ramp, 1e-9);
+        EXPECT_NEAR(opacityAt(3 * kSecond + kSecond / 2), 0.8 * ramp, 1e-9);
+        EXPECT_NEAR(opacityAt(2 * kSecond), 0.8, 1e-9);
+        EXPECT_NEAR(opacityAt(0), 0.0, 1e-9); // still an entry: invisible, not absent
     }
-    Clip bright = placedStill("bright", 10);
+    Clip bright = still("bright", 10);
     bright.opacity = constantProperty(1.7);
-    EXPECT_EQ(buildAt(scenetest::project(640, 360, {videoTrack({bright})}), 0).entries[0].layer.opacity, 1.0);
+    EXPECT_EQ(buildAt(projectOf(640, 360, {trackOf({bright})}), 0).entries[0].layer.opacity, 1.0);
 }
 
-TEST(SceneBuild, TransitionWindowsAndProgress)
+TEST(SceneBuild, TransitionWindowsProgressAndTheExcludedClip)
 {
-    // Overlapping: the window is the overlap, [1.5 s, 2 s).
-    Track overlapping =
-        videoTrack({placedStill("a", 10, 0, 2 * kSecond), placedStill("b", 20, 1500000, kSecond)});
-    // A transition whose clip is gone is passed over for the next one.
-    overlapping.transitions = {crossfade("a", "gone", kSecond), crossfade("a", "b", 300000)};
-    const Project overlap = scenetest::project(640, 360, {overlapping});
-    const GpuScene mid = buildAt(overlap, 1600000);
-    ASSERT_EQ(mid.entries.size(), 1);
-    EXPECT_TRUE(mid.entries[0].isTransition);
-    EXPECT_DOUBLE_EQ(mid.entries[0].transitionProgress, 0.2);
-    EXPECT_EQ(mid.entries[0].transitionTimeUs, 100000);
-    EXPECT_EQ(mid.entries[0].fromLayer.rect.x(), 10);
-    EXPECT_EQ(mid.entries[0].toLayer.rect.x(), 20);
-    EXPECT_TRUE(mid.entries[0].transitionKey.isEmpty()); // no package: the compositor crossfades
-    EXPECT_EQ(entryXs(buildAt(overlap, 1499999)), (QList<double>{10}));
-    EXPECT_EQ(entryXs(buildAt(overlap, 2 * kSecond)), (QList<double>{20}));
+    // Overlapping: the window is the overlap, [1.5 s, 2 s). A transition whose clip is gone is
+    // passed over for the next one.
+    const QList<Clip> overlapping{still("a", 10, 0, 2 * kSecond), still("b", 20, 1500000, kSecond)};
+    const Project overlap =
+        projectOf(640, 360,
+                  {trackOf(overlapping, {crossfade("a", "gone", kSecond), crossfade("a", "b", 300000)}),
+                   trackOf({still("u", 30)})});
+    const GpuSceneEntry mid = buildAt(overlap, 1600000).entries.value(1);
+    EXPECT_TRUE(mid.isTransition && mid.transitionKey.isEmpty()); // no package: crossfade
+    EXPECT_DOUBLE_EQ(mid.transitionProgress, 0.2);
+    EXPECT_EQ(mid.transitionTimeUs, 100000);
+    EXPECT_EQ(QPointF(mid.fromLayer.rect.x(), mid.toLayer.rect.x()), QPointF(10, 20));
+    EXPECT_EQ(entryXs(overlap, 1499999), (QList<double>{30, 10}));
+    EXPECT_EQ(entryXs(overlap, 2 * kSecond), (QList<double>{30, 20}));
+    // The excluded clip still shows inside its transition, and only there.
+    EXPECT_EQ(entryXs(overlap, 1600000, 1.0, "a"), (QList<double>{30, -1}));
+    EXPECT_EQ(entryXs(overlap, kSecond, 1.0, "a"), (QList<double>{30}));
 
-    // Butt-joined: centred on the cut with the transition's own length, [1.75 s, 2.25 s).
-    Track joined =
-        videoTrack({placedStill("a", 10, 0, 2 * kSecond), placedStill("b", 20, 2 * kSecond, kSecond)});
-    joined.transitions = {crossfade("a", "b", 500000)};
-    const Project butt = scenetest::project(640, 360, {joined});
-    const GpuScene before = buildAt(butt, 1800000);
-    ASSERT_EQ(before.entries.size(), 1);
-    EXPECT_DOUBLE_EQ(before.entries[0].transitionProgress, 0.1);
-    // Each side is drawn outside its own clip: b before its start, a after its end.
-    EXPECT_TRUE(before.entries[0].toLayer.valid);
-    EXPECT_EQ(before.entries[0].toLayer.localTimeUs, -200000);
-    const GpuScene after = buildAt(butt, 2200000);
-    ASSERT_EQ(after.entries.size(), 1);
-    EXPECT_DOUBLE_EQ(after.entries[0].transitionProgress, 0.9);
-    EXPECT_TRUE(after.entries[0].fromLayer.valid);
-    EXPECT_EQ(after.entries[0].fromLayer.localTimeUs, 2200000);
-    EXPECT_EQ(entryXs(buildAt(butt, 2250000)), (QList<double>{20}));
-
-    // Touching clips with a transition shorter than a microsecond have no window.
-    joined.transitions = {crossfade("a", "b", 0)};
-    EXPECT_EQ(entryXs(buildAt(scenetest::project(640, 360, {joined}), 2 * kSecond)), (QList<double>{20}));
-}
-
-TEST(SceneBuild, ExcludedClipStaysInsideItsTransition)
-{
-    Track track = videoTrack({placedStill("a", 10, 0, 2 * kSecond), placedStill("b", 20, 1500000, kSecond)});
-    track.transitions = {crossfade("a", "b", 500000)};
-    const Project project = scenetest::project(640, 360, {track, videoTrack({placedStill("under", 30)})});
-    const GpuScene inWindow = buildAt(project, 1600000, 1.0, "a");
-    ASSERT_EQ(inWindow.entries.size(), 2);
-    EXPECT_TRUE(inWindow.entries[1].isTransition);
-    EXPECT_TRUE(inWindow.entries[1].fromLayer.valid);
-    EXPECT_EQ(entryXs(buildAt(project, kSecond, 1.0, "a")), (QList<double>{30}));
-    EXPECT_EQ(entryXs(buildAt(project, kSecond, 1.0, "under")), (QList<double>{10}));
+    // Butt-joined: centred on the cut with the transition's own length, [1.75 s, 2.25 s). Each
+    // side is drawn outside its clip: b before its start, a after its end.
+    const QList<Clip> joined{still("a", 10, 0, 2 * kSecond), still("b", 20, 2 * kSecond, kSecond)};
+    const Project butt = projectOf(640, 360, {trackOf(joined, {crossfade("a", "b", 500000)})});
+    const GpuSceneEntry before = buildAt(butt, 1800000).entries.value(0);
+    EXPECT_DOUBLE_EQ(before.transitionProgress, 0.1);
+    EXPECT_TRUE(before.toLayer.valid);
+    EXPECT_EQ(before.toLayer.localTimeUs, -200000);
+    const GpuSceneEntry after = buildAt(butt, 2200000).entries.value(0);
+    EXPECT_DOUBLE_EQ(after.transitionProgress, 0.9);
+    EXPECT_TRUE(after.fromLayer.valid);
+    EXPECT_EQ(entryXs(butt, 2250000), (QList<double>{20}));
+    // A transition shorter than a microsecond between touching clips has no window.
+    EXPECT_EQ(entryXs(projectOf(640, 360, {trackOf(joined, {crossfade("a", "b", 0)})}), 2 * kSecond),
+              (QList<double>{20}));
 }
 
 TEST(SceneBuild, LayerCarriesDecodedVideoAndEvaluatedEffects)
 {
-    // The clip starts at 2 s and reads its file from 1 s: at 2.4 s the source is at 1.4 s,
-    // which is frame 35 of the 25 fps pattern.
-    Clip video = videoClip("v", testmedia::path("pattern.mp4"), 2 * kSecond, 2 * kSecond, kSecond);
+    // The clip starts at 2 s and reads its file from 1 s: at 2.4 s the source is at 1.4 s, frame 35.
+    Clip video =
+        clipOf(ClipType::video, "v", testmedia::path("pattern.mp4"), 2 * kSecond, 2 * kSecond, kSecond);
     video.flipH = true;
     video.rotation = constantProperty(30);
-    EffectInstance blur;
-    blur.catalogId = "builtin.effects.gaussian_blur";
-    blur.parameters = {{"u_blurRadius", 2.0}, {"u_quality", 3}};
+    EffectInstance blur{
+        "Blur", {{"u_blurRadius", 2.0}, {"u_quality", 3}}, {}, "builtin.effects.gaussian_blur"};
     blur.paramKeyframes["u_blurRadius"] = constantProperty(0);
     setAt(blur.paramKeyframes["u_blurRadius"], kSecond, 10);
-    EffectInstance echo;
-    echo.catalogId = "time_echo";
-    video.effects = {echo, blur};
-    const Project project = scenetest::project(320, 192, {videoTrack({video})});
-
-    const GpuScene scene = buildAt(project, 2 * kSecond + 400000);
-    ASSERT_EQ(scene.entries.size(), 1);
-    const GpuLayer &layer = scene.entries[0].layer;
-    // An echo clip is read as a plain picture for now, not as NV12.
-    EXPECT_TRUE(layer.nv12.isEmpty());
-    EXPECT_EQ(layer.image.size(), QSize(testmedia::kPatternWidth, testmedia::kPatternHeight));
+    video.effects = {blur};
+    Project project = projectOf(320, 192, {trackOf({video})});
+    const GpuLayer layer = buildAt(project, 2 * kSecond + 400000).entries.value(0).layer;
     ASSERT_EQ(layer.effects.size(), 1);
     EXPECT_NEAR(layer.effects[0].parameters.value("u_blurRadius").toDouble(), 4.0, 1e-9);
     EXPECT_EQ(layer.effects[0].parameters.value("u_quality").toInt(), 3);
-    EXPECT_TRUE(layer.flipH);
+    EXPECT_TRUE(layer.flipH && layer.valid);
     EXPECT_EQ(layer.rotationDegrees, 30);
-
-    Project plain = project;
-    plain.tracks[0].clips[0].effects = {blur};
-    const GpuLayer nv12 = buildAt(plain, 2 * kSecond + 400000).entries[0].layer;
-    Nv12Frame frame{nv12.nv12, nv12.nv12Width, nv12.nv12Height};
+    const Nv12Frame frame{layer.nv12, layer.nv12Width, layer.nv12Height};
     ASSERT_TRUE(frame.isValid());
     EXPECT_EQ(QSize(frame.width, frame.height), QSize(testmedia::kPatternWidth, testmedia::kPatternHeight));
     EXPECT_EQ(testmedia::patternIndex(frame), 35);
-}
 
-TEST(SceneBuild, ClipsWithoutAPictureGiveNoLayer)
-{
-    Clip missing = placedStill("missing", 10);
-    missing.path = testmedia::missingFile();
-    Clip noPath = placedStill("nopath", 20);
-    noPath.path.clear();
-    const Project project =
-        scenetest::project(640, 360, {videoTrack({missing, noPath, placedStill("ok", 40)})});
-    EXPECT_EQ(entryXs(buildAt(project, 0)), (QList<double>{40}));
-    EXPECT_FALSE(FrameCompositor(nullptr).prepare(0, {}));
+    // With an echo the picture comes as an image, and the echo itself is not a drawn effect.
+    project.tracks[0].clips[0].effects.prepend(EffectInstance{"Echo", {}, {}, "time_echo"});
+    const GpuLayer echo = buildAt(project, 2 * kSecond + 400000).entries.value(0).layer;
+    EXPECT_TRUE(echo.nv12.isEmpty());
+    EXPECT_EQ(echo.image.size(), QSize(testmedia::kPatternWidth, testmedia::kPatternHeight));
+    EXPECT_EQ(echo.effects.size(), 1);
 }

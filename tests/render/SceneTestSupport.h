@@ -4,62 +4,51 @@
 #include "core/document/Project.h"
 
 #include <QRectF>
-#include <QString>
 
 // Small projects for the scene tests, made of plain records.
 namespace scenetest {
 
-inline orvel::Clip stillClip(const QString &id, const QString &path, orvel::TimeUs startUs,
-                             orvel::TimeUs durationUs)
+using namespace orvel;
+
+inline Clip clipOf(ClipType type, const QString &id, const QString &path, TimeUs startUs, TimeUs durationUs,
+                   TimeUs srcInUs = 0)
 {
-    orvel::Clip clip;
+    Clip clip;
     clip.id = id;
-    clip.type = orvel::ClipType::image;
+    clip.type = type;
     clip.path = path;
     clip.timelineStartUs = startUs;
     clip.timelineDurationUs = durationUs;
-    return clip;
-}
-
-inline orvel::Clip videoClip(const QString &id, const QString &path, orvel::TimeUs startUs,
-                             orvel::TimeUs durationUs, orvel::TimeUs srcInUs)
-{
-    orvel::Clip clip = stillClip(id, path, startUs, durationUs);
-    clip.type = orvel::ClipType::video;
     clip.srcInUs = srcInUs;
     clip.srcOutUs = srcInUs + durationUs;
     return clip;
 }
 
 // Places a clip with constant keyframes, in project pixels.
-inline void place(orvel::Clip &clip, const QRectF &rect)
+inline void place(Clip &clip, const QRectF &rect)
 {
-    clip.x = orvel::constantProperty(rect.x());
-    clip.y = orvel::constantProperty(rect.y());
-    clip.width = orvel::constantProperty(rect.width());
-    clip.height = orvel::constantProperty(rect.height());
+    clip.x = constantProperty(rect.x());
+    clip.y = constantProperty(rect.y());
+    clip.width = constantProperty(rect.width());
+    clip.height = constantProperty(rect.height());
 }
 
-inline orvel::Track videoTrack(const QList<orvel::Clip> &clips)
+inline Track trackOf(const QList<Clip> &clips, const QList<Transition> &transitions = {})
 {
-    orvel::Track track;
+    Track track;
     track.clips = clips;
+    track.transitions = transitions;
     return track;
 }
 
-inline orvel::Transition crossfade(const QString &from, const QString &to, orvel::TimeUs durationUs)
+inline Transition crossfade(const QString &from, const QString &to, TimeUs durationUs)
 {
-    orvel::Transition transition;
-    transition.id = from + "-" + to;
-    transition.fromClipId = from;
-    transition.toClipId = to;
-    transition.durationUs = durationUs;
-    return transition;
+    return Transition{from + "-" + to, from, to, QStringLiteral("crossfade"), {}, durationUs};
 }
 
-inline orvel::Project project(int width, int height, const QList<orvel::Track> &tracks)
+inline Project projectOf(int width, int height, const QList<Track> &tracks)
 {
-    orvel::Project project;
+    Project project;
     project.width = width;
     project.height = height;
     project.tracks = tracks;
