@@ -60,14 +60,13 @@ TEST(RenderFrames, OverlappingClipsCrossfadeInTheRightPlaces)
     const Rgb blue = solidVideo(file("b.mp4"), "0x3050D0");
     // Clip a fills the canvas from 0 to 2 s; clip b starts at 1.5 s in the bottom-right quarter.
     // They overlap for [1.5 s, 2 s), and the crossfade runs over that window.
-    orvel::Clip a = scenetest::videoClip("a", file("a.mp4"), 0, 2'000'000, 0);
-    orvel::Clip b = scenetest::videoClip("b", file("b.mp4"), 1'500'000, 1'500'000, 0);
+    orvel::Clip a = scenetest::clipOf(orvel::ClipType::video, "a", file("a.mp4"), 0, 2'000'000);
+    orvel::Clip b = scenetest::clipOf(orvel::ClipType::video, "b", file("b.mp4"), 1'500'000, 1'500'000);
     scenetest::place(b, QRectF(160, 90, 160, 90));
-    orvel::Track track = scenetest::videoTrack({a, b});
-    track.transitions = {scenetest::crossfade("a", "b", 500'000)};
+    const orvel::Track track = scenetest::trackOf({a, b}, {scenetest::crossfade("a", "b", 500'000)});
     QSaveFile project(file("project.json"));
     ASSERT_TRUE(project.open(QIODevice::WriteOnly));
-    project.write(QJsonDocument(orvel::projectToJson(scenetest::project(320, 180, {track}))).toJson());
+    project.write(QJsonDocument(orvel::projectToJson(scenetest::projectOf(320, 180, {track}))).toJson());
     ASSERT_TRUE(project.commit());
     const auto frameAt = [&](const char *seconds) {
         runTool(ORVEL_RENDER_CLI, {file("project.json"), "--frame", seconds, "--out", file("f.png")});
