@@ -88,5 +88,26 @@ TEST_F(CompositorLayerTest, RotationTurnsInsideTheLayersOwnSquare)
     EXPECT_TRUE(pixelIs(frame, 15, 5, Qt::black));
 }
 
+TEST_F(CompositorLayerTest, Nv12LayerShowsItsOwnBytesEvenWhenTheyRepeat)
+{
+    // A 4 x 2 frame: luma 120, then interleaved chroma u 140, v 110. The expected RGB is the
+    // BT.709 matrix on unexpanded values.
+    const auto rgb = [](double y, double u, double v) {
+        y /= 255, u = u / 255 - 0.5, v = v / 255 - 0.5;
+        return Rgb{y + 1.5748 * v, y - 0.1873 * u - 0.4681 * v, y + 1.8556 * u};
+    };
+    GpuSceneEntry entry = layerEntry(QImage(), {0, 0, 4, 2});
+    entry.layer.nv12 = QByteArray(8, char(120)) + QByteArray("\x8c\x6e\x8c\x6e", 4);
+    entry.layer.nv12Width = 4;
+    entry.layer.nv12Height = 2;
+    const GpuScene scene = sceneOf({4, 2}, Qt::black, {entry});
+    for (int pass = 0; pass < 2; ++pass) // the second draw may reuse the first conversion
+        EXPECT_TRUE(pixelNear(GpuCompositor::render(scene), 1, 1, rgb(120, 140, 110)));
+    // Changed bytes are a new buffer (the write detaches), never the old picture.
+    entry.layer.nv12.replace(0, 8, QByteArray(8, char(60)));
+    EXPECT_TRUE(
+        pixelNear(GpuCompositor::render(sceneOf({4, 2}, Qt::black, {entry})), 1, 1, rgb(60, 140, 110)));
+}
+
 } // namespace
 } // namespace orvel::test
