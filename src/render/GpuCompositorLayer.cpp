@@ -11,6 +11,7 @@
 #include <QOpenGLShaderProgram>
 
 #include <cmath>
+#include <list>
 
 namespace orvel {
 
@@ -74,6 +75,55 @@ void setLayerUniforms(QOpenGLShaderProgram *program, const QMatrix4x4 &model, co
     program->setUniformValue("u_mask", 1);
 }
 
+// Frames already converted to RGBA on the GPU, by the identity of their NV12 bytes. Holding a
+// reference to the bytes keeps their buffer alive and unchanged (a writer would detach), so the
+// same address means the same picture: a paused preview drawn again, or a source frame that
+// lasts more than one output frame, is not uploaded and converted twice. GL thread only.
+class ConvertedFrameCache
+{
+public:
+    static constexpr size_t kCapacity = 4; // a few video layers on screen at once
+
+    // The RGBA texture of the frame, converted on a miss; 0 when the conversion fails.
+    GLuint texture(const QByteArray &bytes, int width, int height)
+    {
+        for (auto it = m_entries.begin(); it != m_entries.end(); ++it) {
+            if (it->bytes.constData() == bytes.constData() && it->bytes.size() == bytes.size() &&
+                it->width == width && it->height == height) {
+                m_entries.splice(m_entries.begin(), m_entries, it);
+                return m_entries.front().fbo.texture();
+            }
+        }
+        GlRuntime &gl = GlRuntime::instance();
+        GlFbo fbo = gl.nv12ToFbo(bytes, width, height);
+        if (!fbo.isValid())
+            return 0;
+        if (m_entries.size() >= kCapacity) {
+            gl.releaseFbo(m_entries.back().fbo);
+            m_entries.pop_back();
+        }
+        m_entries.push_front({bytes, width, height, std::move(fbo)});
+        return m_entries.front().fbo.texture();
+    }
+
+private:
+    struct Entry
+    {
+        QByteArray bytes;
+        int width = 0;
+        int height = 0;
+        GlFbo fbo;
+    };
+    std::list<Entry> m_entries; // most recent first
+};
+
+// Never destroyed: its framebuffers go with the GL context when the runtime shuts down.
+ConvertedFrameCache &convertedFrames()
+{
+    static auto *const cache = new ConvertedFrameCache;
+    return *cache;
+}
+
 } // namespace
 
 GpuCompositor::LayerTexture GpuCompositor::layerTexture(const GpuLayer &layer, QSize canvasSize,
@@ -84,7 +134,8 @@ GpuCompositor::LayerTexture GpuCompositor::layerTexture(const GpuLayer &layer, Q
     GlRuntime &gl = GlRuntime::instance();
     LayerTexture texture;
     if (!layer.nv12.isEmpty() && layer.nv12Width > 0 && layer.nv12Height > 0) {
-        texture.owned = gl.nv12ToFbo(layer.nv12, layer.nv12Width, layer.nv12Height);
+        texture.texture = convertedFrames().texture(layer.nv12, layer.nv12Width, layer.nv12Height);
+        texture.size = QSize(layer.nv12Width, layer.nv12Height);
     } else if (!layer.image.isNull()) {
         // A still is uploaded once and drawn from the cache; no framebuffer is filled for it.
         texture.texture = gl.cachedImageTexture(layer.image);

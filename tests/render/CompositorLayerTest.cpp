@@ -9,21 +9,12 @@ namespace {
 
 using CompositorLayerTest = GlRuntimeTest;
 
-// Straight-colour blend of base (canvas) and source (layer), then source-over with the layer's
-// effective alpha, as a designer's "multiply", "screen" and so on are defined.
-Rgb composeOverOpaque(Rgb dst, Rgb src, double sa, const std::function<double(double, double)> &blend)
-{
-    const auto channel = [&](double b, double s) {
-        return std::clamp(blend(b, s), 0.0, 1.0) * sa + b * (1 - sa);
-    };
-    return {channel(dst.r, src.r), channel(dst.g, src.g), channel(dst.b, src.b)};
-}
-
 TEST_F(CompositorLayerTest, EveryBlendModeOverAKnownCanvas)
 {
-    const QColor background(200, 100, 50);
-    const QColor layerColour(60, 180, 240, 204);
-    const double sa = 204.0 / 255.0 * 0.75;
+    const Rgb dst = rgbOf(QColor(200, 100, 50));
+    const Rgb src = rgbOf(QColor(60, 180, 240));
+    const double sa = 204.0 / 255.0 * 0.75; // picture alpha times layer opacity
+    // The straight-colour blend, then source-over with the layer's alpha.
     const std::pair<int, std::function<double(double, double)>> modes[] = {
         {0, [](double, double s) { return s; }},
         {1, [](double b, double s) { return b * s; }},
@@ -35,55 +26,45 @@ TEST_F(CompositorLayerTest, EveryBlendModeOverAKnownCanvas)
     };
     for (const auto &[mode, blend] : modes) {
         SCOPED_TRACE(mode);
-        GpuScene scene = sceneOf({8, 8}, background);
+        const auto over = [&](double b, double s) { return blend(b, s) * sa + b * (1 - sa); };
         // The layer covers the left half only: the right half must keep the canvas.
-        scene.entries.append(layerEntry(imageLayer(solidImage(2, 2, layerColour), {0, 0, 4, 8}, 0.75), mode));
-        const QImage frame = GpuCompositor::render(scene);
+        const QImage frame = GpuCompositor::render(
+            sceneOf({8, 8}, QColor(200, 100, 50),
+                    {layerEntry(solidImage(2, 2, QColor(60, 180, 240, 204)), {0, 0, 4, 8}, 0.75, mode)}));
         ASSERT_EQ(frame.format(), QImage::Format_RGBA8888);
-        EXPECT_TRUE(
-            pixelNear(frame, 1, 4, composeOverOpaque(rgbOf(background), rgbOf(layerColour), sa, blend)));
-        EXPECT_TRUE(pixelIs(frame, 6, 4, background));
+        EXPECT_TRUE(pixelNear(frame, 1, 4, {over(dst.r, src.r), over(dst.g, src.g), over(dst.b, src.b)}));
+        EXPECT_TRUE(pixelNear(frame, 6, 4, dst));
     }
 }
 
-TEST_F(CompositorLayerTest, AddSumsThePremultipliedLayerAndSaturates)
+TEST_F(CompositorLayerTest, OpacityPremultipliesOnceAndAddSaturates)
 {
-    const QColor background(200, 100, 50);
-    GpuScene scene = sceneOf({8, 8}, background);
-    // Half-transparent grey adds half its colour; a transparent pixel adds nothing even though
-    // its colour channels are white; opaque white drives every channel to 1.
-    scene.entries.append(
-        layerEntry(imageLayer(solidImage(2, 2, QColor(100, 100, 100, 128)), {0, 0, 3, 8}), 4));
-    scene.entries.append(layerEntry(imageLayer(solidImage(2, 2, QColor(255, 255, 255, 0)), {3, 0, 2, 8}), 4));
-    scene.entries.append(layerEntry(imageLayer(solidImage(2, 2, Qt::white), {5, 0, 3, 8}), 4));
-    const QImage frame = GpuCompositor::render(scene);
-    const double added = 100.0 / 255.0 * 128.0 / 255.0;
-    EXPECT_TRUE(pixelNear(frame, 1, 4, {200 / 255.0 + added, 100 / 255.0 + added, 50 / 255.0 + added}));
-    EXPECT_TRUE(pixelIs(frame, 4, 4, background));
-    EXPECT_TRUE(pixelIs(frame, 6, 4, Qt::white));
-}
-
-TEST_F(CompositorLayerTest, OpacityMultipliesStraightAlphaOnce)
-{
-    // A premultiplied source picture is straightened at upload and multiplied again only by the
-    // layer shader: premultiplied red 100 at alpha 128 is straight red 199.
+    // A premultiplied picture is straightened at upload and multiplied again only by the layer
+    // shader: premultiplied red 100 at alpha 128 is straight red 199, here at opacity 0.5.
     QImage premultiplied(2, 2, QImage::Format_ARGB32_Premultiplied);
     premultiplied.fill(qRgba(100, 0, 0, 128));
-    GpuScene scene = sceneOf({4, 4}, QColor(0, 0, 255));
-    scene.entries.append(layerEntry(imageLayer(premultiplied, {0, 0, 4, 4}, 0.5)));
-    const QImage frame = GpuCompositor::render(scene);
+    // Added: half-transparent grey adds half its colour; a transparent pixel adds nothing although
+    // its colour is white; opaque white drives every channel to 1.
+    const QImage frame = GpuCompositor::render(
+        sceneOf({8, 8}, QColor(0, 100, 250),
+                {layerEntry(premultiplied, {0, 0, 2, 8}, 0.5),
+                 layerEntry(solidImage(2, 2, QColor(100, 100, 100, 128)), {2, 0, 2, 8}, 1.0, 4),
+                 layerEntry(solidImage(2, 2, QColor(255, 255, 255, 0)), {4, 0, 2, 8}, 1.0, 4),
+                 layerEntry(solidImage(2, 2, Qt::white), {6, 0, 2, 8}, 1.0, 4)}));
     const double a = 128.0 / 255.0 * 0.5;
-    EXPECT_TRUE(pixelNear(frame, 2, 2, {199.0 / 255.0 * a, 0.0, 1.0 - a}));
+    EXPECT_TRUE(pixelNear(frame, 1, 4, {199.0 / 255.0 * a, 100 / 255.0 * (1 - a), 250 / 255.0 * (1 - a)}));
+    const double added = 100.0 / 255.0 * 128.0 / 255.0;
+    EXPECT_TRUE(pixelNear(frame, 3, 4, {added, 100 / 255.0 + added, 1.0}));
+    EXPECT_TRUE(pixelIs(frame, 5, 4, QColor(0, 100, 250)));
+    EXPECT_TRUE(pixelIs(frame, 7, 4, Qt::white));
 }
 
 TEST_F(CompositorLayerTest, AnInvisibleLayerIsNeverUploaded)
 {
     const QImage hidden = solidImage(3, 3, Qt::red);
     const QImage shown = solidImage(3, 3, Qt::green);
-    GpuScene scene = sceneOf({6, 6}, Qt::black);
-    scene.entries.append(layerEntry(imageLayer(hidden, {0, 0, 6, 6}, 0.0)));
-    scene.entries.append(layerEntry(imageLayer(shown, {0, 0, 3, 6})));
-    const QImage frame = GpuCompositor::render(scene);
+    const QImage frame = GpuCompositor::render(
+        sceneOf({6, 6}, Qt::black, {layerEntry(hidden, {0, 0, 6, 6}, 0.0), layerEntry(shown, {0, 0, 3, 6})}));
     EXPECT_TRUE(pixelIs(frame, 4, 3, Qt::black));
     EXPECT_TRUE(pixelIs(frame, 1, 3, Qt::green));
     onGl([&] {
@@ -92,27 +73,14 @@ TEST_F(CompositorLayerTest, AnInvisibleLayerIsNeverUploaded)
     });
 }
 
-TEST_F(CompositorLayerTest, RectanglePlacesTheLayerTopLeftFirst)
-{
-    GpuScene scene = sceneOf({20, 10}, Qt::black);
-    scene.entries.append(layerEntry(imageLayer(splitImage(2, 1, Qt::red, Qt::green), {4, 2, 10, 6})));
-    const QImage frame = GpuCompositor::render(scene);
-    EXPECT_TRUE(pixelIs(frame, 4, 2, Qt::red));
-    EXPECT_TRUE(pixelIs(frame, 13, 7, Qt::green));
-    for (const QPoint outside : {QPoint(3, 4), QPoint(14, 4), QPoint(8, 1), QPoint(8, 8)})
-        EXPECT_TRUE(pixelIs(frame, outside.x(), outside.y(), Qt::black)) << outside.x() << "," << outside.y();
-}
-
 TEST_F(CompositorLayerTest, RotationTurnsInsideTheLayersOwnSquare)
 {
     // Turned by 90 degrees, the picture's left edge maps to clip-space y = -1, the top row. The
     // turn happens inside the non-uniform scale: a layer of 10 x 10 pixels on a 20 x 10 canvas
     // is 0.5 x 1 in clip space, and turned it still fills exactly its own rectangle.
-    GpuScene scene = sceneOf({20, 10}, Qt::black);
-    GpuLayer layer = imageLayer(splitImage(2, 1, Qt::red, Qt::green), {0, 0, 10, 10});
-    layer.rotationDegrees = 90.0;
-    scene.entries.append(layerEntry(layer));
-    const QImage frame = GpuCompositor::render(scene);
+    GpuSceneEntry entry = layerEntry(splitImage(2, 1, Qt::red, Qt::green), {0, 0, 10, 10});
+    entry.layer.rotationDegrees = 90.0;
+    const QImage frame = GpuCompositor::render(sceneOf({20, 10}, Qt::black, {entry}));
     EXPECT_TRUE(pixelIs(frame, 0, 0, Qt::red));
     EXPECT_TRUE(pixelIs(frame, 9, 1, Qt::red));
     EXPECT_TRUE(pixelIs(frame, 0, 9, Qt::green));
@@ -120,10 +88,25 @@ TEST_F(CompositorLayerTest, RotationTurnsInsideTheLayersOwnSquare)
     EXPECT_TRUE(pixelIs(frame, 15, 5, Qt::black));
 }
 
-TEST_F(CompositorLayerTest, EmptySizeGivesNoImage)
+TEST_F(CompositorLayerTest, Nv12LayerShowsItsOwnBytesEvenWhenTheyRepeat)
 {
-    EXPECT_TRUE(GpuCompositor::render(sceneOf({0, 10}, Qt::black)).isNull());
-    EXPECT_TRUE(GpuCompositor::renderToTexture(sceneOf({10, 0}, Qt::black)).isNull());
+    // A 4 x 2 frame: luma 120, then interleaved chroma u 140, v 110. The expected RGB is the
+    // BT.709 matrix on unexpanded values.
+    const auto rgb = [](double y, double u, double v) {
+        y /= 255, u = u / 255 - 0.5, v = v / 255 - 0.5;
+        return Rgb{y + 1.5748 * v, y - 0.1873 * u - 0.4681 * v, y + 1.8556 * u};
+    };
+    GpuSceneEntry entry = layerEntry(QImage(), {0, 0, 4, 2});
+    entry.layer.nv12 = QByteArray(8, char(120)) + QByteArray("\x8c\x6e\x8c\x6e", 4);
+    entry.layer.nv12Width = 4;
+    entry.layer.nv12Height = 2;
+    const GpuScene scene = sceneOf({4, 2}, Qt::black, {entry});
+    for (int pass = 0; pass < 2; ++pass) // the second draw may reuse the first conversion
+        EXPECT_TRUE(pixelNear(GpuCompositor::render(scene), 1, 1, rgb(120, 140, 110)));
+    // Changed bytes are a new buffer (the write detaches), never the old picture.
+    entry.layer.nv12.replace(0, 8, QByteArray(8, char(60)));
+    EXPECT_TRUE(
+        pixelNear(GpuCompositor::render(sceneOf({4, 2}, Qt::black, {entry})), 1, 1, rgb(60, 140, 110)));
 }
 
 } // namespace

@@ -3,15 +3,13 @@
 #include "GlRuntimeTestSupport.h"
 #include "render/GpuCompositor.h"
 
-#include <QColor>
 #include <QImage>
 
-#include <algorithm>
 #include <cmath>
 
 namespace orvel::test {
 
-// A straight-alpha RGBA8888 picture of one colour; the format keeps its cache key on upload.
+// Straight RGBA8888, which keeps its cache key on upload: one colour, or `right` on the right half.
 inline QImage solidImage(int width, int height, QColor colour)
 {
     QImage image(width, height, QImage::Format_RGBA8888);
@@ -19,7 +17,6 @@ inline QImage solidImage(int width, int height, QColor colour)
     return image;
 }
 
-// Left half one colour, right half another.
 inline QImage splitImage(int width, int height, QColor left, QColor right)
 {
     QImage image = solidImage(width, height, left);
@@ -29,56 +26,46 @@ inline QImage splitImage(int width, int height, QColor left, QColor right)
     return image;
 }
 
-inline GpuLayer imageLayer(const QImage &image, QRectF rect, double opacity = 1.0)
-{
-    GpuLayer layer;
-    layer.image = image;
-    layer.rect = rect;
-    layer.opacity = opacity;
-    layer.valid = true;
-    return layer;
-}
-
-inline GpuSceneEntry layerEntry(const GpuLayer &layer, int blendMode = 0)
+inline GpuSceneEntry layerEntry(const QImage &image, QRectF rect, double opacity = 1.0, int blendMode = 0)
 {
     GpuSceneEntry entry;
-    entry.layer = layer;
+    entry.layer.image = image;
+    entry.layer.rect = rect;
+    entry.layer.opacity = opacity;
+    entry.layer.valid = true;
     entry.blendMode = blendMode;
     return entry;
 }
 
-inline GpuScene sceneOf(QSize size, QColor background)
+inline GpuScene sceneOf(QSize size, QColor background, const QList<GpuSceneEntry> &entries = {})
 {
     GpuScene scene;
     scene.size = size;
     scene.backgroundColor = background;
+    scene.entries = entries;
     return scene;
 }
 
-// Expected 8-bit channels in [0, 1] floats.
 struct Rgb
 {
-    double r, g, b;
+    double r, g, b; // 0..1
 };
 
 inline Rgb rgbOf(QColor c)
 {
-    return {c.red() / 255.0, c.green() / 255.0, c.blue() / 255.0};
+    return {c.redF(), c.greenF(), c.blueF()};
 }
 
-// Compares the stored pixel with an expected opaque colour, allowing for 8-bit rounding.
-inline ::testing::AssertionResult pixelNear(const QImage &image, int x, int y, Rgb expected,
-                                            int tolerance = 2)
+// The stored pixel against an expected opaque colour, allowing for 8-bit rounding on the way.
+inline ::testing::AssertionResult pixelNear(const QImage &image, int x, int y, Rgb want, int tolerance = 2)
 {
     const std::array<int, 4> got = storedRgba(image, x, y);
-    const int want[4] = {int(std::lround(expected.r * 255)), int(std::lround(expected.g * 255)),
-                         int(std::lround(expected.b * 255)), 255};
-    for (int i = 0; i < 4; ++i) {
-        if (std::abs(got[size_t(i)] - want[i]) > tolerance)
+    const std::array<double, 4> expected = {want.r, want.g, want.b, 1.0};
+    for (size_t i = 0; i < 4; ++i) {
+        if (std::abs(got[i] - expected[i] * 255) > tolerance + 0.5)
             return ::testing::AssertionFailure()
-                   << "pixel (" << x << ", " << y << ") is (" << got[0] << ", " << got[1] << ", " << got[2]
-                   << ", " << got[3] << "), expected (" << want[0] << ", " << want[1] << ", " << want[2]
-                   << ", " << want[3] << ")";
+                   << "(" << x << ", " << y << ") is " << got[0] << " " << got[1] << " " << got[2] << " "
+                   << got[3] << ", want " << want.r * 255 << " " << want.g * 255 << " " << want.b * 255;
     }
     return ::testing::AssertionSuccess();
 }

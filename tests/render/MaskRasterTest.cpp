@@ -1,11 +1,8 @@
 // Mask rasters on the CPU: which pixels each kind covers, inversion, rotation and the feather,
 // against naive references written out here.
 #include "render/GpuCompositor.h"
-#include "render/ShapePaths.h"
 
 #include <gtest/gtest.h>
-
-#include <QtMath>
 
 #include <algorithm>
 #include <vector>
@@ -28,20 +25,17 @@ int maskValue(const QImage &raster, QPoint p)
     return raster.constScanLine(p.y())[p.x()];
 }
 
-struct MaskCase
-{
-    const char *name;
-    ClipMask mask;
-    QSize size;
-    QPoint inside;
-    QPoint outside;
-};
-
 TEST(MaskRaster, EveryKindCoversItsInsideAndInvertSwapsThem)
 {
     ClipMask triangle = maskOf(MaskShape::freeform);
     triangle.points = {{0.1, 0.1}, {0.9, 0.1}, {0.1, 0.9}};
-    const MaskCase cases[] = {
+    const struct
+    {
+        const char *name;
+        ClipMask mask;
+        QSize size;
+        QPoint inside, outside;
+    } cases[] = {
         // 25..75 by 20..60 on 100 x 80
         {"rectangle", maskOf(MaskShape::rectangle), {100, 80}, {50, 40}, {20, 40}},
         // the corner of the ellipse's box lies outside it
@@ -59,7 +53,7 @@ TEST(MaskRaster, EveryKindCoversItsInsideAndInvertSwapsThem)
         // where a single turn would leave an edge 24 pixels from the centre
         {"star turned", maskOf(MaskShape::star, 0.6, 0.6, 36.0), {100, 100}, {50, 23}, {22, 22}},
     };
-    for (const MaskCase &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         ClipMask mask = c.mask;
         const QImage plain = rasterMask(mask, c.size.width(), c.size.height());
@@ -71,14 +65,7 @@ TEST(MaskRaster, EveryKindCoversItsInsideAndInvertSwapsThem)
         EXPECT_EQ(maskValue(inverted, c.inside), 0);
         EXPECT_EQ(maskValue(inverted, c.outside), 255);
     }
-}
-
-TEST(MaskRaster, NoneMatteAndEmptySizesGiveNoRaster)
-{
-    EXPECT_TRUE(rasterMask(maskOf(MaskShape::none), 10, 10).isNull());
     EXPECT_TRUE(rasterMask(maskOf(MaskShape::matte), 10, 10).isNull());
-    EXPECT_TRUE(rasterMask(maskOf(MaskShape::rectangle), 0, 10).isNull());
-    EXPECT_TRUE(maskPath(maskOf(MaskShape::freeform), 10, 10).isEmpty());
 }
 
 // The feather done the slow way: every window summed pixel by pixel.
@@ -118,33 +105,6 @@ TEST(MaskRaster, FeatherIsTheRepeatedClampedBoxAverage)
     const QImage sharp = rasterMask(mask, 40, 30);
     mask.feather = 4.7;
     EXPECT_EQ(rasterMask(mask, 40, 30), naiveFeather(sharp, 4));
-}
-
-TEST(MaskRaster, FeatherReadsColourPicturesAsLuma)
-{
-    QImage colour(6, 6, QImage::Format_RGB32);
-    colour.fill(qRgb(200, 40, 90));
-    const QImage feathered = featherMask(colour, 2);
-    EXPECT_EQ(feathered.format(), QImage::Format_Grayscale8);
-    EXPECT_EQ(feathered.pixelColor(3, 3).red(), (11 * 200 + 16 * 40 + 5 * 90) >> 5);
-}
-
-TEST(ShapePaths, PolygonVerticesAndHeartOutline)
-{
-    const QRectF box(10, 20, 60, 40);
-    const QPainterPath hexagon = regularPolygonPath(box, 6, 0.0);
-    ASSERT_EQ(hexagon.elementCount(), 7); // six vertices and the closing line
-    for (int i = 0; i < 6; ++i) {
-        const double angle = qDegreesToRadians(60.0 * i - 90.0);
-        EXPECT_NEAR(hexagon.elementAt(i).x, 40 + 30 * std::cos(angle), 1e-9);
-        EXPECT_NEAR(hexagon.elementAt(i).y, 40 + 20 * std::sin(angle), 1e-9);
-    }
-    EXPECT_TRUE(regularPolygonPath(box, 2, 0.0).isEmpty());
-    const QPainterPath heart = heartPath(box);
-    EXPECT_EQ(heart.boundingRect(), box);
-    EXPECT_TRUE(heart.contains(QPointF(40, 45)));
-    EXPECT_FALSE(heart.contains(QPointF(40, 22)));
-    EXPECT_TRUE(heartPath(QRectF(0, 0, 0, 5)).isEmpty());
 }
 
 } // namespace
