@@ -140,6 +140,17 @@ TEST(KeyframeWriting, SetAtInsertsFlatKeysAndOtherwiseChangesOnlyTheValue)
     EXPECT_EQ(property.keyframes[1000], expected);
     setAt(property, 2000, 4.0);
     EXPECT_EQ(property.keyframes[2000], Keyframe{4.0});
+
+    // A write a microsecond either side of a key is that key: times that went through seconds
+    // may come back one off. Two microseconds away is another time.
+    expected.value = 5.0;
+    setAt(property, 999, 5.0);
+    EXPECT_EQ(property.keyframes.size(), 2);
+    EXPECT_EQ(property.keyframes[1000], expected);
+    setAt(property, 2001, 6.0);
+    EXPECT_EQ(property.keyframes.keys(), (QList<TimeUs>{1000, 2000}));
+    setAt(property, 2002, 7.0);
+    EXPECT_EQ(property.keyframes.keys(), (QList<TimeUs>{1000, 2000, 2002}));
 }
 
 TEST(KeyframeWriting, KeyedWriteRulesInOrder)
@@ -259,9 +270,11 @@ TEST(PropertyValues, BaseValuesAndEvaluationAtSeconds)
         EXPECT_EQ(propertyBaseValue(project, clip, name, -1), expected) << name;
 
     EXPECT_EQ(propertyValueAt(project, clip, "width", 3.0, -1), 1280.0);
-    // Keys two microseconds apart show that seconds are rounded down, not to nearest.
+    // Keys two microseconds apart show that seconds are rounded to the nearest microsecond, the
+    // way every time from QML is read.
     clip.x = keysAt({{0, 0.0}, {2, 2.0}});
-    EXPECT_EQ(propertyValueAt(project, clip, "x", 1.0000019, -1), 1.0);
+    EXPECT_EQ(propertyValueAt(project, clip, "x", 1.0000019, -1), 2.0);
+    EXPECT_EQ(propertyValueAt(project, clip, "x", 1.0000014, -1), 1.0);
     clip.effects[0].paramKeyframes["amount"] = keysAt({{0, 0.0}, {1000000, 1.0}});
     EXPECT_DOUBLE_EQ(propertyValueAt(project, clip, "fx.0.amount", 1.5, -1), 0.5);
 }
