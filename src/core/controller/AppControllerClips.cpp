@@ -16,7 +16,7 @@ void AppController::moveClip(int trackIndex, int clipIndex, double newStart)
         return;
     const orvel::TimeUs deltaUs = orvel::secondsToUs(newStart) - clip->timelineStartUs;
     const QList<orvel::ClipRef> moved = selectionContains(trackIndex, clipIndex)
-                                            ? m_selection
+                                            ? effectiveSelection()
                                             : QList<orvel::ClipRef>{orvel::ClipRef{trackIndex, clipIndex}};
     const orvel::Project before = m_project;
     for (const orvel::ClipRef &ref : moved) {
