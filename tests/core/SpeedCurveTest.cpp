@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <random>
 
 using namespace orvel;
@@ -219,21 +218,6 @@ TEST(SpeedCurveMapping, SpeedsAlongTheCurve)
             EXPECT_NEAR(speedAtTimeline(curve, t, span), speedAtSource(curve, p), 1e-4) << t;
         }
     }
-}
-
-TEST(SpeedCurveTables, NonFinitePointsNeverReachTheTables)
-{
-    const double nan = std::nan("");
-    const double inf = std::numeric_limits<double>::infinity();
-    EXPECT_FALSE(speedCurvePointsFinite({point(0, 1.0), point(0.5, nan), point(1, 2.0)}));
-    EXPECT_FALSE(speedCurvePointsFinite({point(0, 1.0, inf)}));
-    EXPECT_TRUE(speedCurvePointsFinite({point(0, 1.0), point(1, 2.0)}));
-    // Such a point is dropped; what remains is an ordinary curve with a finite length.
-    const SpeedCurve curve =
-        normaliseSpeedCurve({point(0, 2.0), point(0.5, nan), point(1, 2.0), point(inf, 1.0)});
-    ASSERT_EQ(curve.points.size(), 2);
-    EXPECT_EQ(retimedDuration(curve, 4000000), 2000000);
-    EXPECT_FALSE(normaliseSpeedCurve({point(0, nan), point(1, 1.0)}).isActive());
 }
 
 TEST(ClipTiming, ConstantSpeedAndReverse)
