@@ -13,7 +13,11 @@ inline QJsonObject jsonWithChanges(QJsonObject json, const QVariantMap &changes)
 {
     for (auto it = changes.cbegin(); it != changes.cend(); ++it) {
         const QVariant &value = it.value();
-        if (value.metaType().id() == QMetaType::QColor)
+        const QJsonValue current = json.value(it.key());
+        if (value.metaType().id() == QMetaType::QVariantMap && current.isObject())
+            // A partial sub-object ({accent: {color: ...}}) changes only the keys it names.
+            json.insert(it.key(), jsonWithChanges(current.toObject(), value.toMap()));
+        else if (value.metaType().id() == QMetaType::QColor)
             json.insert(it.key(), value.value<QColor>().name(QColor::HexArgb));
         else
             json.insert(it.key(), QJsonValue::fromVariant(value));

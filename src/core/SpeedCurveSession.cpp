@@ -22,6 +22,9 @@ double numberOr(const QVariantMap &map, const QString &key, double fallback)
 
 SpeedCurve sessionStartCurve(const Clip &clip)
 {
+    // A split or trimmed clip plays part of its drawing; the session starts from exactly that.
+    if (clip.speedCurve.isActive() && clip.speedCurve.isWindowed())
+        return clip.speedCurve;
     if (clip.speedCurve.isActive())
         return normaliseSpeedCurve(clip.speedCurve.points);
     const double speed = effectiveSpeed(clip.speed);
@@ -88,6 +91,24 @@ Clip retimedClipCopy(const Clip &original, const SpeedCurve &curve)
         (original.name.isEmpty() ? QStringLiteral("Clip") : original.name) + QStringLiteral(" (retimed)");
     retimeKeyframes(original, copy);
     return copy;
+}
+
+QList<SpeedCurvePoint> editableSpeedCurvePoints(const SpeedCurve &curve)
+{
+    if (!curve.isActive() || !curve.isWindowed())
+        return curve.points;
+    // The editor draws over the clip's own 0..1, so the part the clip plays is offered as a
+    // polyline of its speeds; drawing on it starts a whole new curve.
+    constexpr int kEditablePoints = 33;
+    QList<SpeedCurvePoint> points;
+    for (int i = 0; i < kEditablePoints; ++i) {
+        SpeedCurvePoint point;
+        point.pos = double(i) / (kEditablePoints - 1);
+        point.speed = speedAtSource(curve, point.pos);
+        point.corner = true;
+        points.append(point);
+    }
+    return points;
 }
 
 } // namespace orvel

@@ -73,4 +73,8 @@ double sourcePositionAt(const SpeedCurve &curve, TimeUs retimedUs, TimeUs source
 // source frames.
 Clip retimedClipCopy(const Clip &original, const SpeedCurve &curve);
 
+// The points the custom speed editor shows for a curve: its own, or for a curve that plays only
+// part of its drawing, that part resampled over 0..1.
+QList<SpeedCurvePoint> editableSpeedCurvePoints(const SpeedCurve &curve);
+
 } // namespace orvel

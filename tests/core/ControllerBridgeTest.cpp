@@ -6,6 +6,7 @@
 #include <QAbstractItemModelTester>
 #include <QCursor>
 #include <QGuiApplication>
+#include <QMetaProperty>
 #include <QSettings>
 #include <QSignalSpy>
 
@@ -296,4 +297,26 @@ TEST_F(ControllerBridge, ClipsUnderThePlayheadSkipHiddenAndMutedRows)
     EXPECT_TRUE(controller.activeAudioClipAtPlayhead().isEmpty());
     controller.setPlayheadSeconds(6.0); // only the hidden row has a clip here
     EXPECT_TRUE(controller.activeVideoClipAtPlayhead().isEmpty());
+}
+
+// QML binds the transition inspector to these three; all must be told when a clip selection
+// clears the transition.
+TEST_F(ControllerBridge, SelectingAClipAnnouncesTheClearedTransition)
+{
+    load(bridgeProject());
+    const QMetaObject *meta = controller.metaObject();
+    for (const char *name :
+         {"selectedTransitionData", "selectedTransitionTrack", "selectedTransitionLeftClip"})
+        EXPECT_EQ(meta->property(meta->indexOfProperty(name)).notifySignal().name(),
+                  QByteArray("selectedTransitionDataChanged"))
+            << name;
+
+    controller.selectTransition(0, 0);
+    ASSERT_EQ(controller.selectedTransitionTrack(), 0);
+    QSignalSpy transition(&controller, &AppController::selectedTransitionDataChanged);
+    controller.selectClip(0, 1);
+    EXPECT_EQ(transition.count(), 1);
+    EXPECT_EQ(controller.selectedTransitionTrack(), -1);
+    EXPECT_EQ(controller.selectedTransitionLeftClip(), -1);
+    EXPECT_TRUE(controller.selectedTransitionData().isEmpty());
 }

@@ -155,3 +155,28 @@ TEST(Recovery, ControllerOffersASnapshotFoundAtStart)
               QStringLiteral("Lost work"));
     QFile::remove(path);
 }
+
+TEST_F(ControllerDocument, LoadingAnnouncesTheBackgroundAndTheName)
+{
+    Project project = makeProject({makeTrack(TrackType::video)});
+    project.name = QStringLiteral("Holiday");
+    QSignalSpy background(&controller, &AppController::backgroundChanged);
+    QSignalSpy name(&controller, &AppController::projectNameChanged);
+    load(project);
+    EXPECT_GE(background.count(), 1);
+    EXPECT_GE(name.count(), 1);
+}
+
+// A partial sub-object changes the keys it names and keeps the others.
+TEST_F(ControllerDocument, PartialNestedStylesMerge)
+{
+    Clip text = makeClip("t", 0, 1000000, ClipType::text);
+    text.textStyle.accent.n = 5;
+    text.textStyle.accent.sizeScale = 1.5;
+    load(makeProject({makeTrack(TrackType::text, {text})}));
+    controller.setTextStyle(0, 0, QVariantMap{{"accent", QVariantMap{{"colorEnabled", true}}}});
+    const TextAccent &accent = clip(0, 0).textStyle.accent;
+    EXPECT_TRUE(accent.colorEnabled);
+    EXPECT_EQ(accent.n, 5);
+    EXPECT_EQ(accent.sizeScale, 1.5);
+}

@@ -5,6 +5,8 @@
 
 #include <QSignalSpy>
 
+#include <functional>
+
 using namespace fixture;
 
 namespace {
@@ -57,7 +59,7 @@ TEST_F(ControllerEdits, MoveTakesLinkedPartnersAndTheSelectionAlong)
 TEST_F(ControllerEdits, OverlapsCrossfadeFrom50MsAndPartedClipsLoseTheirTransition)
 {
     load(editsProject({mediaClip("a", 0, 2000000), mediaClip("b", 3000000, 1000000)}));
-    controller.moveClip(0, 1, at(1940000));
+    controller.moveClip(0, 1, usToSeconds(1940000));
     const QList<Transition> transitions = doc().tracks[0].transitions;
     ASSERT_EQ(transitions.size(), 1);
     EXPECT_EQ(transitions[0].kind, QStringLiteral("crossfade"));
@@ -66,7 +68,7 @@ TEST_F(ControllerEdits, OverlapsCrossfadeFrom50MsAndPartedClipsLoseTheirTransiti
 
     // A 1 ms gap still touches; a wider gap parts them; a 40 ms overlap is too short to fade.
     for (const auto &[startUs, fades] : {std::pair{TimeUs(2001000), 1}, {2500000, 0}, {1960000, 0}}) {
-        controller.moveClip(0, 1, at(startUs));
+        controller.moveClip(0, 1, usToSeconds(startUs));
         EXPECT_EQ(doc().tracks[0].transitions.size(), fades) << startUs;
     }
 
@@ -103,8 +105,8 @@ TEST_F(ControllerEdits, SplitAtPlayheadCutsALinkedPairOnceWithAFreshSharedLink)
 TEST_F(ControllerEdits, SplitsRefuseNearTheEdgesAndKeepOneSideOnRequest)
 {
     load(editsProject({mediaClip("a", 1000000, 2000000)}));
-    controller.splitClipAt(0, 0, at(2950000)); // 50 ms from the end
-    controller.splitClipAt(0, 0, 3.0);         // the end is outside
+    controller.splitClipAt(0, 0, usToSeconds(2950000)); // 50 ms from the end
+    controller.splitClipAt(0, 0, 3.0);                  // the end is outside
     EXPECT_EQ(entries(), 0);
 
     controller.splitClipLeftAt(0, 0, 2.0);
@@ -132,29 +134,41 @@ TEST_F(ControllerEdits, SnapTimeFollowsTheSwitchAndBeatTimes)
     EXPECT_DOUBLE_EQ(controller.snapTime(4.9), 5.0);
 }
 
-TEST_F(ControllerEdits, TrimsWriteLiveWithoutUndoAndStopAtTheirLimits)
+TEST_F(ControllerEdits, ATrimGestureIsOneUndoEntryAndMarksTheDocument)
 {
     const Clip video = linkedVideo("v", 1000000, 2000000); // source 1..3 s of a 20 s file
     load(editsProject({video}, {linkedAudioOf(video)}));
-    QSignalSpy tracks(&controller, &AppController::tracksChanged);
+    const QByteArray untrimmed = documentJson();
     QSignalSpy dirty(&controller, &AppController::dirtyChanged);
 
-    controller.trimClipRight(0, 0, 3.1); // under 150 ms: snaps back to its own end
+    controller.trimClipRight(0, 0, 3.1); // under 150 ms: snaps back to its own end, no change
     EXPECT_EQ(clip(0, 0).timelineDurationUs, 2000000);
-    EXPECT_EQ(tracks.count(), 0);
+    EXPECT_EQ(entries(), 0);
+    EXPECT_FALSE(controller.hasUnsavedChanges());
 
-    controller.trimClipRight(0, 0, 60.0);
+    // Every mouse move of the gesture trims; together they leave one entry.
+    for (double end : {5.0, 9.0, 60.0})
+        controller.trimClipRight(0, 0, end);
     EXPECT_EQ(clip(0, 0).timelineDurationUs, 19000000);
     EXPECT_EQ(clip(0, 0).srcOutUs, 20000000);
     EXPECT_EQ(clip(1, 0).timelineDurationUs, 19000000); // the partner follows
-    controller.trimClipLeft(0, 0, 0.0);                 // 1 s earlier needs the 1 s before the in point
+    EXPECT_EQ(entries(), 1);
+    EXPECT_TRUE(controller.hasUnsavedChanges());
+    EXPECT_GE(dirty.count(), 1);
+    const QByteArray trimmed = documentJson();
+
+    controller.undo();
+    EXPECT_EQ(documentJson(), untrimmed);
+    controller.redo();
+    EXPECT_EQ(documentJson(), trimmed);
+
+    // The other edge is another gesture.
+    controller.trimClipLeft(0, 0, 0.0); // 1 s earlier needs the 1 s before the in point
     EXPECT_EQ(clip(0, 0).timelineStartUs, 0);
     EXPECT_EQ(clip(0, 0).srcInUs, 0);
-
-    EXPECT_EQ(tracks.count(), 2);
-    EXPECT_EQ(entries(), 0);
-    EXPECT_EQ(dirty.count(), 0);
-    EXPECT_FALSE(controller.hasUnsavedChanges());
+    EXPECT_EQ(entries(), 2);
+    controller.undo();
+    EXPECT_EQ(documentJson(), trimmed);
 }
 
 TEST_F(ControllerEdits, PasteCanOverlapAndNormalisationCrossfadesIt)
@@ -242,7 +256,7 @@ TEST_F(ControllerEdits, UndoPrunesTheSelectionAndTheFiftyFirstEditDropsTheOldest
 TEST_F(ControllerEdits, ACancelledDragRestoresTheExactDocument)
 {
     load(editsProject({mediaClip("a", 0, 2000000), mediaClip("b", 1900000, 1000000)}));
-    controller.moveClip(0, 1, at(1900000)); // normalises: a 100 ms crossfade appears
+    controller.moveClip(0, 1, usToSeconds(1900000)); // normalises: a 100 ms crossfade appears
     ASSERT_EQ(doc().tracks[0].transitions.size(), 1);
     const QByteArray before = documentJson();
     const int count = entries();
@@ -440,4 +454,80 @@ TEST_F(ControllerEdits, FieldSettersAndRippleStart)
     controller.resetClipTransform(0, 2);
     EXPECT_TRUE(clip(0, 2).rotation.isEmpty());
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Transform reset"));
+}
+
+TEST_F(ControllerEdits, CopiesAreLinkedOnlyToEachOther)
+{
+    const Clip video = linkedVideo("v", 0, 2000000);
+    load(editsProject({video}, {linkedAudioOf(video)}));
+    controller.selectClip(0, 0); // the audio partner comes along
+    controller.copySelection();
+    controller.setPlayheadSeconds(10.0);
+    controller.pasteAtPlayhead();
+    ASSERT_EQ(ids(0).size(), 2);
+    ASSERT_EQ(ids(1).size(), 2);
+    EXPECT_FALSE(clip(0, 1).linkId.isEmpty());
+    EXPECT_EQ(clip(0, 1).linkId, clip(1, 1).linkId);
+    EXPECT_NE(clip(0, 1).linkId, QStringLiteral("link"));
+    controller.moveClip(0, 1, 15.0); // the pasted pair moves together, the originals stay
+    EXPECT_EQ(starts(0), (QList<TimeUs>{0, 15000000}));
+    EXPECT_EQ(starts(1), (QList<TimeUs>{0, 15000000}));
+
+    controller.selectClip(0, 0);
+    controller.duplicateSelectedClip(); // its partner is not duplicated: the copy is unlinked
+    ASSERT_EQ(ids(0).size(), 3);
+    EXPECT_TRUE(clip(0, 2).linkId.isEmpty());
+    controller.moveClip(0, 2, 30.0);
+    EXPECT_EQ(starts(0), (QList<TimeUs>{0, 15000000, 30000000}));
+    EXPECT_EQ(starts(1), (QList<TimeUs>{0, 15000000}));
+}
+
+TEST_F(ControllerEdits, CancellingADragDropsSelectedClipsItTookAway)
+{
+    const Clip video = linkedVideo("v", 0, 2000000);
+    load(editsProject({video}, {linkedAudioOf(video)}));
+    controller.selectClip(0, 0);
+    controller.copySelection();
+    controller.setPlayheadSeconds(10.0);
+    for (const auto &addDuringDrag : std::initializer_list<std::function<void()>>{
+             [&] { controller.pasteAtPlayhead(); }, [&] { controller.duplicateSelectedClip(); },
+             [&] { controller.addClipFromAsset(0); }}) {
+        controller.selectClip(0, 0);
+        controller.beginPreviewDrag();
+        addDuringDrag();
+        ASSERT_GE(controller.selectedClip(), 1);
+        controller.cancelPreviewDrag();
+        ASSERT_EQ(ids(0).size(), 1);
+        EXPECT_TRUE(controller.selectedClips().isEmpty());
+        EXPECT_EQ(controller.selectedClip(), -1);
+        // QML re-reads these at once; they must stay within the restored document.
+        EXPECT_FALSE(controller.canSeparateAudioSelection());
+        EXPECT_FALSE(controller.canUnlinkSelection());
+        EXPECT_FALSE(controller.canMergeSelection());
+        controller.deleteSelectedClip();
+        EXPECT_EQ(ids(0).size(), 1);
+    }
+}
+
+TEST_F(ControllerEdits, LinkedHalvesMergeBackPairwise)
+{
+    const Clip video = linkedVideo("v", 0, 4000000);
+    load(editsProject({video}, {linkedAudioOf(video)}));
+    controller.setPlayheadSeconds(1.5);
+    controller.splitAtPlayhead();
+    ASSERT_EQ(ids(0).size(), 2);
+    ASSERT_EQ(ids(1).size(), 2);
+
+    controller.selectClip(0, 0); // the left video and its left audio partner
+    ASSERT_EQ(controller.selectedClips().size(), 2);
+    ASSERT_TRUE(controller.canMergeSelection());
+    controller.mergeSelectedClips();
+    for (int track : {0, 1}) {
+        ASSERT_EQ(ids(track).size(), 1);
+        EXPECT_EQ(clip(track, 0).timelineDurationUs, 4000000);
+        EXPECT_EQ(clip(track, 0).srcInUs, 1000000);
+        EXPECT_EQ(clip(track, 0).srcOutUs, 5000000);
+    }
+    EXPECT_EQ(clip(0, 0).linkId, clip(1, 0).linkId);
+    EXPECT_EQ(controller.selectedTrack(), 0);
 }

@@ -91,13 +91,6 @@ inline AnimatedProperty keys(std::initializer_list<std::pair<TimeUs, double>> en
     return property;
 }
 
-// Seconds as QML sends them for an exact microsecond: the slots truncate, so a value like 1.94,
-// which doubles store as 1.93999..., would land one microsecond early.
-inline double at(TimeUs us)
-{
-    return (double(us) + 0.5) / 1e6;
-}
-
 inline QVariantList selectionOf(std::initializer_list<std::pair<int, int>> clips)
 {
     QVariantList list;

@@ -15,7 +15,7 @@ constexpr TimeUs kStartUs = 2000000; // the clip's timeline start
 // Timeline seconds for a clip-local microsecond.
 double local(TimeUs localUs)
 {
-    return at(kStartUs + localUs);
+    return usToSeconds(kStartUs + localUs);
 }
 
 // A 4 s video clip at 2 s with one effect whose "amount" is 0.25.
@@ -265,4 +265,65 @@ TEST_F(ControllerKeyframes, AnimatedPropertyListAndGraphVisibility)
     controller.showKeyframeGraphProperty(QStringLiteral("volume")); // already shown: no signal
     EXPECT_TRUE(controller.keyframeGraphHiddenProperties().isEmpty());
     EXPECT_EQ(visibility.count(), 4);
+}
+
+// The editor hands back exactly what clipKeyframes reported; every such write must reach the key
+// that is there. Key times are spread so that many of them read back as seconds just below the
+// microsecond.
+TEST_F(ControllerKeyframes, WritesAtAShownKeyTimeChangeThatKey)
+{
+    Clip animated = keyedClip();
+    for (TimeUs t = 0; t < 3000000; t += 29989)
+        animated.opacity.keyframes.insert(t, Keyframe{0.5});
+    loadClip(animated);
+    const int count = int(keyed().opacity.keyframes.size());
+    for (const QVariant &key : controller.clipKeyframes(0, 0, QStringLiteral("opacity")))
+        controller.setClipKeyframe(0, 0, QStringLiteral("opacity"), key.toMap().value("seconds").toDouble(),
+                                   0.9);
+    EXPECT_EQ(keyed().opacity.keyframes.size(), count);
+    for (const Keyframe &key : keyed().opacity.keyframes)
+        EXPECT_EQ(key.value, 0.9);
+
+    // With auto-key on, after the playhead is put on a key the same way.
+    controller.setAutoKeyEnabled(true);
+    for (const QVariant &key : controller.clipKeyframes(0, 0, QStringLiteral("opacity"))) {
+        controller.setPlayheadSeconds(key.toMap().value("seconds").toDouble());
+        controller.previewSetClipKeyframe(0, 0, QStringLiteral("opacity"), controller.playheadSeconds(), 0.2);
+    }
+    controller.commitPreviewDrag();
+    EXPECT_EQ(keyed().opacity.keyframes.size(), count);
+    for (const Keyframe &key : keyed().opacity.keyframes)
+        EXPECT_EQ(key.value, 0.2);
+}
+
+TEST_F(ControllerKeyframes, ADraggedKeyKeepsItsShapeAndAnEaseKeyStaysEase)
+{
+    Clip animated = keyedClip();
+    Keyframe shaped{5.0, -100000.0, 1.5, 250000.0, -2.0, true, true};
+    animated.rotation.keyframes = {{0, Keyframe{0.0}}, {1000000, shaped}, {3000000, Keyframe{9.0}}};
+    loadClip(animated);
+    controller.previewMoveClipKeyframe(0, 0, QStringLiteral("rotation"), local(1000000), local(1400000), 6.0);
+    controller.commitPreviewDrag();
+    ASSERT_EQ(keyed().rotation.keyframes.keys(), (QList<TimeUs>{0, 1400000, 3000000}));
+    shaped.value = 6.0;
+    EXPECT_EQ(keyed().rotation.keyframes.value(1400000), shaped);
+
+    // Spans of 1.4 s and 1.6 s: the ease handles are thirds that are no whole microsecond.
+    controller.setPlayheadSeconds(local(1400000));
+    controller.setKeyframeInterpolation(0, 0, QStringLiteral("rotation"), QStringLiteral("ease"));
+    controller.setPlayheadSeconds(local(0));
+    const QVariantMap key = controller.clipKeyframes(0, 0, QStringLiteral("rotation"))[1].toMap();
+    ASSERT_EQ(key.value("easing").toString(), QStringLiteral("ease"));
+    controller.setKeyframeTangents(0, 0, QStringLiteral("rotation"), key.value("seconds").toDouble(),
+                                   key.value("inDx").toDouble(), key.value("inDy").toDouble(),
+                                   key.value("outDx").toDouble(), key.value("outDy").toDouble(), false);
+    EXPECT_EQ(
+        controller.clipKeyframes(0, 0, QStringLiteral("rotation"))[1].toMap().value("easing").toString(),
+        QStringLiteral("ease"));
+    // Rounded to the microsecond by an editor, still ease.
+    controller.setKeyframeTangents(0, 0, QStringLiteral("rotation"), key.value("seconds").toDouble(),
+                                   -0.466667, 0.0, 0.533333, 0.0, false);
+    EXPECT_EQ(
+        controller.clipKeyframes(0, 0, QStringLiteral("rotation"))[1].toMap().value("easing").toString(),
+        QStringLiteral("ease"));
 }

@@ -6,6 +6,9 @@
 
 #include <QSignalSpy>
 
+#include <cmath>
+#include <limits>
+
 using namespace fixture;
 
 namespace {
@@ -256,22 +259,25 @@ TEST(RetimedClipCopy, AnUnnamedClipIsCalledClip)
     EXPECT_EQ(retimedClipCopy(unnamed, sessionStartCurve(unnamed)).name, QStringLiteral("Clip (retimed)"));
 }
 
-// Splitting a curved clip gives each half a 33-point polyline of its part of the curve; the rule's
-// arithmetic is checked with the split itself, this only that the slot goes through it.
-TEST_F(ControllerSpeed, SplittingACurvedClipGivesTwoPolylineCurves)
+// A session on one half of a split curved clip auditions exactly that half, and refuses points
+// that are no numbers.
+TEST_F(ControllerSpeed, SessionsOnSplitCurvesKeepTheirPartAndRefuseNonNumbers)
 {
     Clip curved = speedClip(QStringLiteral("c"));
-    curved.srcOutUs = 9000000; // 8 s of source
-    curved.speedCurve = normaliseSpeedCurve(
-        {SpeedCurvePoint{0.0, 0.5}, SpeedCurvePoint{0.5, 4.0}, SpeedCurvePoint{1.0, 1.0}});
-    curved.timelineDurationUs = retimedDuration(curved.speedCurve, 8000000);
+    curved.speedCurve = normaliseSpeedCurve({SpeedCurvePoint{0.0, 0.5}, SpeedCurvePoint{1.0, 4.0}});
+    curved.timelineDurationUs = retimedDuration(curved.speedCurve, 4000000);
     loadClips({curved});
+    controller.splitClipAt(0, 0, 1.0);
+    controller.beginSpeedCurveSession(0, 1);
+    const double halfSeconds = usToSeconds(clip(0, 1).timelineDurationUs);
+    EXPECT_NEAR(controller.speedCurveRetimedDuration(), halfSeconds, 2e-6);
 
-    controller.splitClipAt(0, 0, 2.5);
-    EXPECT_EQ(undoText(), QStringLiteral("Split clip"));
-    ASSERT_EQ(doc().tracks[0].clips.size(), 2);
-    EXPECT_EQ(clip(0, 0).speedCurve.points.size(), 33);
-    EXPECT_EQ(clip(0, 1).speedCurve.points.size(), 33);
-    EXPECT_EQ(clipSourceSpanUs(clip(0, 0)), sourceOffsetFromTimeline(curved.speedCurve, 2500000, 8000000));
-    EXPECT_EQ(clip(0, 0).srcOutUs, clip(0, 1).srcInUs);
+    const QVariantList shown = controller.speedCurvePoints();
+    controller.setSpeedCurvePoints(
+        {QVariantMap{{"pos", 0.0}, {"speed", std::nan("")}}, QVariantMap{{"pos", 1.0}, {"speed", 2.0}}});
+    controller.setSpeedCurvePoints(
+        {QVariantMap{{"pos", 0.0}, {"speed", 1.0}},
+         QVariantMap{{"pos", 1.0}, {"speed", std::numeric_limits<double>::infinity()}}});
+    EXPECT_EQ(controller.speedCurvePoints(), shown);
+    EXPECT_NEAR(controller.speedCurveRetimedDuration(), halfSeconds, 2e-6);
 }

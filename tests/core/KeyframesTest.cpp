@@ -259,9 +259,11 @@ TEST(PropertyValues, BaseValuesAndEvaluationAtSeconds)
         EXPECT_EQ(propertyBaseValue(project, clip, name, -1), expected) << name;
 
     EXPECT_EQ(propertyValueAt(project, clip, "width", 3.0, -1), 1280.0);
-    // Keys two microseconds apart show that seconds are rounded down, not to nearest.
+    // Keys two microseconds apart show that seconds are rounded to the nearest microsecond, the
+    // way every time from QML is read.
     clip.x = keysAt({{0, 0.0}, {2, 2.0}});
-    EXPECT_EQ(propertyValueAt(project, clip, "x", 1.0000019, -1), 1.0);
+    EXPECT_EQ(propertyValueAt(project, clip, "x", 1.0000019, -1), 2.0);
+    EXPECT_EQ(propertyValueAt(project, clip, "x", 1.0000014, -1), 1.0);
     clip.effects[0].paramKeyframes["amount"] = keysAt({{0, 0.0}, {1000000, 1.0}});
     EXPECT_DOUBLE_EQ(propertyValueAt(project, clip, "fx.0.amount", 1.5, -1), 0.5);
 }

@@ -434,3 +434,29 @@ TEST(ProjectJsonReader, LegacyInterpolationWords)
     EXPECT_EQ(custom.keyframes.first().outDx, 7.0);
     EXPECT_TRUE(custom.keyframes.first().hold);
 }
+
+TEST(ProjectJsonRoundTrip, ASplitCurveKeepsThePartItPlays)
+{
+    SpeedCurvePoint slow;
+    slow.speed = 0.5;
+    SpeedCurvePoint fast;
+    fast.pos = 1.0;
+    fast.speed = 4.0;
+    Project project;
+    Clip clip;
+    clip.srcOutUs = 7000000;
+    clip.speedCurve = subCurve(normaliseSpeedCurve({slow, fast}), 0.3, 1.0);
+    project.tracks[0].clips.append(clip);
+    const QJsonObject clipJson = firstClipJson(projectToJson(project));
+    EXPECT_EQ(clipJson["speedCurveWindow"].toArray(), (QJsonArray{0.3, 1.0}));
+
+    const Clip back = projectFromJson(projectToJson(project)).tracks[0].clips[0];
+    EXPECT_EQ(back.speedCurve.windowStart, 0.3);
+    EXPECT_EQ(back.speedCurve.windowEnd, 1.0);
+    EXPECT_EQ(retimedDuration(back.speedCurve, 7000000), retimedDuration(clip.speedCurve, 7000000));
+
+    // A window that is not two finite numbers in order plays the whole drawing.
+    const Project bad = readText(R"({"version": 3, "tracks": [{"clips": [{"srcOutUs": 1000,
+        "speedCurve": [{"pos": 0, "speed": 1}, {"pos": 1, "speed": 2}], "speedCurveWindow": [0.6, 0.2]}]}]})");
+    EXPECT_FALSE(bad.tracks[0].clips[0].speedCurve.isWindowed());
+}

@@ -1,4 +1,5 @@
 #include "AnimationReference.h"
+#include "SpeedCurveFixtures.h"
 
 #include "core/document/ClipTiming.h"
 #include "core/document/SpeedCurve.h"
@@ -9,26 +10,9 @@
 #include <random>
 
 using namespace orvel;
+using namespace orvel::curvefixture;
 
 namespace {
-
-SpeedCurvePoint point(double pos, double speed, double outDx = 0, double outDy = 0, double inDx = 0,
-                      double inDy = 0)
-{
-    SpeedCurvePoint p;
-    p.pos = pos;
-    p.speed = speed;
-    p.inDx = inDx;
-    p.inDy = inDy;
-    p.outDx = outDx;
-    p.outDy = outDy;
-    return p;
-}
-
-SpeedCurve flatCurve(double speed)
-{
-    return normaliseSpeedCurve({point(0, speed), point(1, speed)});
-}
 
 // Speed 0.5 rising to 4 at a quarter, falling to 2 at five eighths and to 1 at the end: straight
 // segments between points on the table grid, so the exact integral has a closed form.
@@ -60,21 +44,6 @@ double rampIntegral(double p)
         total += std::log((s0 + b * (end - q0)) / s0) / b;
     }
     return total;
-}
-
-SpeedCurve randomCurve(std::mt19937 &rng)
-{
-    std::uniform_real_distribution<double> unit(0.0, 1.0);
-    std::uniform_real_distribution<double> speed(kCurveSpeedMin, kCurveSpeedMax);
-    std::uniform_int_distribution<int> count(2, 6);
-    QList<SpeedCurvePoint> points;
-    const int n = count(rng);
-    for (int i = 0; i < n; ++i) {
-        // Handles are random and partly out of range: normalising must tame them.
-        points.append(point(unit(rng), speed(rng), unit(rng) * 0.4, (unit(rng) - 0.5) * 4.0, -unit(rng) * 0.4,
-                            (unit(rng) - 0.5) * 4.0));
-    }
-    return normaliseSpeedCurve(points);
 }
 
 // Smallest and largest table speed in the cells around normalised position p.
@@ -251,42 +220,6 @@ TEST(SpeedCurveMapping, SpeedsAlongTheCurve)
     }
 }
 
-TEST(SpeedCurveMapping, SplitHalvesKeepTheRetimedLength)
-{
-    const TimeUs span = 10000000;
-    const SpeedCurve whole = rampCurve();
-    // At these split points every knot of the ramp falls on a point of the 33-point polylines, so
-    // they reproduce its straight segments, and only the three roundings to whole microseconds
-    // separate the sum from the whole.
-    for (double split : {0.25, 0.5}) {
-        const SpeedCurve left = subCurve(whole, 0.0, split);
-        const SpeedCurve right = subCurve(whole, split, 1.0);
-        ASSERT_EQ(left.points.size(), 33);
-        ASSERT_EQ(right.points.size(), 33);
-        for (int i = 0; i <= 32; ++i) {
-            EXPECT_EQ(left.points[i].pos, i * 0.03125);
-            EXPECT_TRUE(left.points[i].corner);
-            EXPECT_EQ(left.points[i].outDx, 0.0);
-            EXPECT_EQ(right.points[i].inDy, 0.0);
-        }
-        EXPECT_DOUBLE_EQ(right.points[32].speed, whole.speedTable[256]);
-        const TimeUs leftSpan = TimeUs(std::llround(span * split));
-        const TimeUs sum = retimedDuration(left, leftSpan) + retimedDuration(right, span - leftSpan);
-        EXPECT_NEAR(double(sum), double(retimedDuration(whole, span)), 1.0) << split;
-    }
-
-    // A curve drawn with handles bends between the polyline's points: the halves then agree with
-    // the whole only to the polyline's chord error, about 1.4e-4 of the length on this curve.
-    const SpeedCurve bent = normaliseSpeedCurve({point(0, 1.0, 0.3, 4.0), point(1, 2.0, 0, 0, -0.3, 1.0)});
-    const TimeUs sum = retimedDuration(subCurve(bent, 0.0, 0.4), 4000000) +
-                       retimedDuration(subCurve(bent, 0.4, 1.0), 6000000);
-    const double wholeBent = double(retimedDuration(bent, span));
-    EXPECT_NEAR(double(sum), wholeBent, 3e-4 * wholeBent);
-
-    EXPECT_FALSE(subCurve(whole, 0.5, 0.5 + 1e-10).isActive());
-    EXPECT_FALSE(subCurve(whole, 0.6, 0.4).isActive());
-}
-
 TEST(ClipTiming, ConstantSpeedAndReverse)
 {
     Clip clip;
@@ -335,8 +268,9 @@ TEST(ClipTiming, CurvedClips)
     EXPECT_NEAR(double(clipTimelineOffsetUs(clip, expected - 2000000)), double(local), 1.0);
     EXPECT_NEAR(clipSpeedAtLocalUs(clip, 0), 0.5, 1e-9);
     EXPECT_NEAR(clipLeadingGrowthSourceUs(clip, 100000), 50000, 1);
+    // Reversed, position 0 of the curve still plays at the left edge: speed 0.5 there, not 4.
     clip.reverse = true;
-    EXPECT_NEAR(clipLeadingGrowthSourceUs(clip, 100000), 400000, 1);
+    EXPECT_NEAR(clipLeadingGrowthSourceUs(clip, 100000), 50000, 1);
 
     // A curved clip with no source span maps as the identity.
     clip.reverse = false;
@@ -381,6 +315,19 @@ TEST(ClipTiming, SpeedChangeKeepsTheTimelineLengthUntilTheFileEnds)
     applySpeedDurationRule(project, clip);
     EXPECT_EQ(clip.srcOutUs, 1093750); // the timeline length stays, the source span shrinks
     EXPECT_EQ(clip.timelineDurationUs, 375000);
+}
+
+TEST(ClipTiming, ASpeedChangeKeepsACurvedClipOnItsCurve)
+{
+    Clip clip;
+    clip.srcInUs = 1000000;
+    clip.srcOutUs = 11000000;
+    clip.speedCurve = normaliseSpeedCurve({point(0, 0.5), point(1, 4.0)});
+    clip.timelineDurationUs = 5000000; // stale: the 0.5 to 4 ramp over 10 s lasts 10 ln 8 / 3.5 s
+    clip.speed = 2.0;
+    applySpeedDurationRule(clip, 20000000);
+    EXPECT_EQ(clip.srcOutUs, 11000000);
+    EXPECT_NEAR(double(clip.timelineDurationUs), 1e7 * std::log(8.0) / 3.5, 3.0);
 }
 
 TEST(ClipTiming, ClearingACurveRestoresTheConstantSpeedDuration)

@@ -60,6 +60,9 @@ void AppController::connectSignals()
         connect(m_assetLibrary, &QAbstractItemModel::modelReset, this,
                 &AppController::editCapabilitiesChanged);
         connect(m_assetLibrary, &AssetLibrary::countChanged, this, &AppController::editCapabilitiesChanged);
+        // A probe that learns a file's audio presence can make "Separate audio" available.
+        connect(m_assetLibrary, &AssetLibrary::assetMetadataChanged, this,
+                &AppController::editCapabilitiesChanged);
     }
     connect(&m_undoStack, &QUndoStack::indexChanged, this, &AppController::afterUndoIndexChanged);
     connect(&m_undoStack, &QUndoStack::cleanChanged, this, &AppController::undoStackChanged);
@@ -76,7 +79,7 @@ void AppController::readSettings()
 
 void AppController::setPlayheadSeconds(double seconds)
 {
-    const orvel::TimeUs requested = orvel::TimeUs(std::max(0.0, seconds) * 1e6);
+    const orvel::TimeUs requested = std::max<orvel::TimeUs>(orvel::secondsToUs(seconds), 0);
     if (requested == m_playheadUs)
         return;
     m_playheadUs = requested;
@@ -158,6 +161,8 @@ void AppController::emitDocumentSignals()
     emit tracksChanged();
     emit selectionChanged();
     emit bookmarksChanged();
+    emit backgroundChanged();
+    emit projectNameChanged();
     emit playheadSecondsChanged();
     emit snapEnabledChanged();
     emit rippleEnabledChanged();

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "core/bridge/BridgeMaps.h"
-#include "core/bridge/ClipListModel.h"
 #include "core/Recovery.h"
 #include "core/SpeedCurveSession.h"
+#include "core/bridge/BridgeMaps.h"
+#include "core/bridge/ClipListModel.h"
 #include "core/bridge/TimelineModel.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/Project.h"
@@ -63,8 +63,9 @@ class AppController : public QObject
     Q_PROPERTY(int selectedTrack READ selectedTrack NOTIFY selectionChanged)
     Q_PROPERTY(int selectedClip READ selectedClip NOTIFY selectionChanged)
     Q_PROPERTY(QVariantList selectedClips READ selectedClips NOTIFY selectionChanged)
-    Q_PROPERTY(int selectedTransitionTrack READ selectedTransitionTrack NOTIFY selectionChanged)
-    Q_PROPERTY(int selectedTransitionLeftClip READ selectedTransitionLeftClip NOTIFY selectionChanged)
+    Q_PROPERTY(int selectedTransitionTrack READ selectedTransitionTrack NOTIFY selectedTransitionDataChanged)
+    Q_PROPERTY(
+        int selectedTransitionLeftClip READ selectedTransitionLeftClip NOTIFY selectedTransitionDataChanged)
     Q_PROPERTY(bool mergeAvailable READ canMergeSelection NOTIFY editCapabilitiesChanged)
     Q_PROPERTY(bool separateAudioAvailable READ canSeparateAudioSelection NOTIFY editCapabilitiesChanged)
     Q_PROPERTY(bool unlinkAvailable READ canUnlinkSelection NOTIFY editCapabilitiesChanged)
@@ -481,6 +482,7 @@ private:
     void finishFreezeFrame(const QString &stillPath, orvel::TimeUs requestPlayheadUs, const QRectF &frame);
 
     // Clip edits (AppControllerClips.cpp)
+    void commitTrim(int trackIndex, int clipIndex, const orvel::Clip &edited, const QString &edge);
 
     // Splits (AppControllerSplit.cpp)
     bool splitWithPartners(int trackIndex, int clipIndex, orvel::TimeUs atUs);
@@ -491,7 +493,6 @@ private:
     void pruneSelection();
     void setSelectionRefs(const QList<orvel::ClipRef> &refs);
     void appendWithPartners(QList<orvel::ClipRef> &refs, int trackIndex, int clipIndex) const;
-    bool mergePair(orvel::ClipRef &first, orvel::ClipRef &second) const;
     bool clipHasSeparableAudio(const orvel::Clip &clip) const;
 
     // Drag (AppControllerDrag.cpp)

@@ -2,6 +2,9 @@
 // linked pairs.
 #include "core/controller/AppController.h"
 
+#include "core/document/ClipMerging.h"
+
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -46,6 +49,30 @@ int pasteTargetTrack(orvel::Project &project, orvel::TrackType trackType, orvel:
     return orvel::insertTrackAt(project, 0, track);
 }
 
+// Copies must not pull the originals along when moved: each link id among the copies becomes a
+// fresh one, shared only by the copies that shared the old one. A copy whose partners stayed
+// behind is not linked at all.
+void relinkCopies(QList<orvel::Clip> &copies)
+{
+    QHash<QString, int> uses;
+    for (const orvel::Clip &copy : std::as_const(copies))
+        if (!copy.linkId.isEmpty())
+            ++uses[copy.linkId];
+    QHash<QString, QString> fresh;
+    for (orvel::Clip &copy : copies) {
+        if (copy.linkId.isEmpty())
+            continue;
+        if (uses.value(copy.linkId) < 2) {
+            copy.linkId.clear();
+            continue;
+        }
+        auto it = fresh.find(copy.linkId);
+        if (it == fresh.end())
+            it = fresh.insert(copy.linkId, orvel::newUuid());
+        copy.linkId = it.value();
+    }
+}
+
 } // namespace
 
 void AppController::deleteSelectedClip()
@@ -70,6 +97,7 @@ void AppController::duplicateSelectedClip()
         return;
     orvel::Clip copy = *original;
     copy.id = orvel::newUuid();
+    copy.linkId.clear(); // its partners are not duplicated with it
     copy.timelineStartUs = orvel::resolvePlacementUs(m_project, snapContext(), m_selectedTrack,
                                                      original->timelineEndUs(), copy.timelineDurationUs);
     const orvel::Project before = m_project;
@@ -104,15 +132,21 @@ void AppController::pasteAtPlayhead()
         earliestUs = std::min(earliestUs, entry.clip.timelineStartUs);
     const orvel::TimeUs shiftUs = m_playheadUs - earliestUs;
 
-    const orvel::Project before = m_project;
-    QStringList pastedIds;
+    QList<orvel::Clip> copies;
     for (const ClipboardEntry &entry : std::as_const(m_clipboard)) {
         orvel::Clip copy = entry.clip;
         copy.id = orvel::newUuid();
         copy.timelineStartUs = std::max<orvel::TimeUs>(copy.timelineStartUs + shiftUs, 0);
-        const int target = pasteTargetTrack(m_project, entry.trackType, copy.type);
-        m_project.tracks[target].clips.append(copy);
-        pastedIds.append(copy.id);
+        copies.append(copy);
+    }
+    relinkCopies(copies);
+
+    const orvel::Project before = m_project;
+    QStringList pastedIds;
+    for (qsizetype i = 0; i < copies.size(); ++i) {
+        const int target = pasteTargetTrack(m_project, m_clipboard[i].trackType, copies[i].type);
+        m_project.tracks[target].clips.append(copies[i]);
+        pastedIds.append(copies[i].id);
     }
     // Tracks may have been inserted above earlier targets, so the new clips are found by id.
     QList<orvel::ClipRef> pasted;
@@ -146,19 +180,23 @@ void AppController::nudgeSelection(double deltaSeconds)
 
 void AppController::mergeSelectedClips()
 {
-    orvel::ClipRef first;
-    orvel::ClipRef second;
-    if (!mergePair(first, second))
+    const QList<orvel::MergePair> pairs = orvel::mergePairs(m_project, effectiveSelection());
+    if (pairs.isEmpty())
         return;
-    const orvel::Clip merged =
-        orvel::mergedClip(*clipAt(first.track, first.clip), *clipAt(second.track, second.clip));
-    const int lower = std::min(first.clip, second.clip);
-    const int higher = std::max(first.clip, second.clip);
     const orvel::Project before = m_project;
-    QList<orvel::Clip> &clips = m_project.tracks[first.track].clips;
-    clips[lower] = merged;
-    clips.removeAt(higher);
-    setSelectionRefs({orvel::ClipRef{first.track, lower}});
+    QList<orvel::ClipRef> merged;
+    for (const orvel::MergePair &pair : pairs) {
+        QList<orvel::Clip> &clips = m_project.tracks[pair.first.track].clips;
+        const orvel::Clip joined = orvel::mergedClip(clips[pair.first.clip], clips[pair.second.clip]);
+        const int lower = std::min(pair.first.clip, pair.second.clip);
+        clips[lower] = joined;
+        clips.removeAt(std::max(pair.first.clip, pair.second.clip));
+        merged.append(orvel::ClipRef{pair.first.track, lower});
+    }
+    // The primary clip's track ends the list, so its merged clip stays primary.
+    std::stable_partition(merged.begin(), merged.end(),
+                          [this](const orvel::ClipRef &ref) { return ref.track != m_selectedTrack; });
+    setSelectionRefs(merged);
     commitEdit(before, tr("Clips merged"), tr("Clips merged"));
 }
 

@@ -2,6 +2,7 @@
 #include "core/controller/AppController.h"
 
 #include "core/EditValues.h"
+#include "core/ProjectSnapshotCommand.h"
 #include "core/document/EnumStrings.h"
 #include "core/document/ProjectJson.h"
 #include "core/document/TimelineNormalise.h"
@@ -15,7 +16,7 @@ void AppController::moveClip(int trackIndex, int clipIndex, double newStart)
         return;
     const orvel::TimeUs deltaUs = orvel::secondsToUs(newStart) - clip->timelineStartUs;
     const QList<orvel::ClipRef> moved = selectionContains(trackIndex, clipIndex)
-                                            ? m_selection
+                                            ? effectiveSelection()
                                             : QList<orvel::ClipRef>{orvel::ClipRef{trackIndex, clipIndex}};
     const orvel::Project before = m_project;
     for (const orvel::ClipRef &ref : moved) {
@@ -65,10 +66,7 @@ void AppController::trimClipLeft(int trackIndex, int clipIndex, double newStart)
     orvel::Clip edited = *clip;
     if (!orvel::trimLeftEdge(m_project, edited, snapUs(orvel::secondsToUs(newStart))))
         return;
-    m_project.tracks[trackIndex].clips[clipIndex] = edited;
-    syncLinkedPartners(trackIndex, clipIndex);
-    orvel::normaliseTimeline(m_project);
-    emit tracksChanged();
+    commitTrim(trackIndex, clipIndex, edited, QStringLiteral("left"));
 }
 
 void AppController::trimClipRight(int trackIndex, int clipIndex, double newEnd)
@@ -79,8 +77,21 @@ void AppController::trimClipRight(int trackIndex, int clipIndex, double newEnd)
     orvel::Clip edited = *clip;
     if (!orvel::trimRightEdge(m_project, edited, snapUs(orvel::secondsToUs(newEnd))))
         return;
+    commitTrim(trackIndex, clipIndex, edited, QStringLiteral("right"));
+}
+
+// The timeline calls a trim on every mouse move and says nothing when the gesture ends. Each
+// move pushes an entry keyed by clip and edge, and the stack merges consecutive moves of the same
+// edge into the first one, so the gesture leaves one undo step and marks the document changed.
+// No message: a toast per mouse move would be noise.
+void AppController::commitTrim(int trackIndex, int clipIndex, const orvel::Clip &edited, const QString &edge)
+{
+    const orvel::Project before = m_project;
     m_project.tracks[trackIndex].clips[clipIndex] = edited;
     syncLinkedPartners(trackIndex, clipIndex);
+    const QString mergeKey = QStringLiteral("trim:%1:%2").arg(edited.id, edge);
+    m_undoStack.push(
+        new orvel::ProjectSnapshotCommand(&m_project, before, m_project, tr("Trim clip"), mergeKey));
     orvel::normaliseTimeline(m_project);
     emit tracksChanged();
 }

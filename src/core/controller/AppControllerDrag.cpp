@@ -4,6 +4,7 @@
 #include "core/controller/AppController.h"
 
 #include "core/EditValues.h"
+#include "core/ProjectSnapshotCommand.h"
 #include "core/document/ClipProperties.h"
 #include "core/document/ClipTiming.h"
 #include "core/document/ProjectJson.h"
@@ -12,6 +13,7 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -73,10 +75,15 @@ void AppController::cancelPreviewDrag()
 {
     if (!m_dragActive)
         return;
-    m_project = std::exchange(m_dragBase, orvel::Project());
+    // Files imported while the gesture was open stay in the library, as they do on undo.
+    m_project = orvel::snapshotKeepingAssets(std::exchange(m_dragBase, orvel::Project()), m_project);
     m_dragActive = false;
     emit dragActiveChanged();
+    // Edits made while the gesture was open (a paste, a duplicate) may have selected clips that
+    // the restored document does not have.
+    pruneSelection();
     lightRefresh();
+    emit selectionChanged();
 }
 
 void AppController::ensureTransaction(const QString &undoText)
@@ -187,9 +194,19 @@ void AppController::previewMoveClipKeyframe(int trackIndex, int clipIndex, const
         orvel::AnimatedProperty *property = orvel::clipProperty(clip, prop, true);
         if (!property)
             return false;
+        // The key keeps its shape (hold, corner, handles) as it moves; only its time and value
+        // change.
+        std::optional<orvel::Keyframe> shape;
         if (const auto moving = orvel::nearestKeyTime(*property, localTimeFloored(clip, fromSeconds)))
-            property->keyframes.remove(*moving);
-        orvel::setAt(*property, localTimeFloored(clip, toSeconds), value);
+            shape = property->keyframes.take(*moving);
+        const orvel::TimeUs toUs = localTimeFloored(clip, toSeconds);
+        orvel::setAt(*property, toUs, value);
+        if (shape) {
+            orvel::Keyframe &landed =
+                property->keyframes[*orvel::nearestKeyTime(*property, toUs, orvel::kKeyframeSameTimeUs)];
+            shape->value = landed.value;
+            landed = *shape;
+        }
         return true;
     });
 }

@@ -6,6 +6,7 @@
 #include "core/document/KeyframeEasing.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -13,6 +14,13 @@ namespace {
 orvel::TimeUs keyframeLocalUs(const orvel::Clip &clip, double atSeconds)
 {
     return std::max<orvel::TimeUs>(orvel::secondsToUs(atSeconds) - clip.timelineStartUs, 0);
+}
+
+// Handle offsets keep their fraction of a microsecond: an ease handle is a third of a span, and
+// rounding it would turn the key "custom".
+double keyframeHandleUs(double seconds)
+{
+    return std::isfinite(seconds) ? std::clamp(seconds * 1e6, -1e15, 1e15) : 0.0;
 }
 
 QVariantMap keyframeMap(const orvel::AnimatedProperty &property, orvel::TimeUs keyUs,
@@ -96,9 +104,9 @@ void AppController::applyKeyframeTangents(orvel::Clip &clip, const QString &prop
     if (!keyUs)
         return;
     orvel::Keyframe &key = property->keyframes[*keyUs];
-    key.inDx = std::min(double(orvel::secondsToUs(inDx)), 0.0);
+    key.inDx = std::min(keyframeHandleUs(inDx), 0.0);
     key.inDy = inDy;
-    key.outDx = std::max(double(orvel::secondsToUs(outDx)), 0.0);
+    key.outDx = std::max(keyframeHandleUs(outDx), 0.0);
     key.outDy = outDy;
     key.corner = corner;
     key.hold = false;

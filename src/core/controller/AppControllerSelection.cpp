@@ -2,6 +2,8 @@
 // every change of the document, and the edit capabilities derived from it.
 #include "core/controller/AppController.h"
 
+#include "core/document/ClipMerging.h"
+
 #include <QVariantMap>
 
 #include <algorithm>
@@ -14,11 +16,17 @@ QVariantList AppController::selectedClips() const
     return list;
 }
 
-// The clips an operation on "the selection" acts on: the list, or the primary clip alone.
+// The clips an operation on "the selection" acts on: the list, or the primary clip alone. Only
+// pairs that still name a clip count: QML may ask between a change of the document and the
+// pruning that follows it.
 QList<orvel::ClipRef> AppController::effectiveSelection() const
 {
+    QList<orvel::ClipRef> valid;
+    for (const orvel::ClipRef &ref : m_selection)
+        if (validClip(ref.track, ref.clip))
+            valid.append(ref);
     if (!m_selection.isEmpty())
-        return m_selection;
+        return valid;
     if (validClip(m_selectedTrack, m_selectedClip))
         return {orvel::ClipRef{m_selectedTrack, m_selectedClip}};
     return {};
@@ -40,9 +48,10 @@ void AppController::pruneSelection()
         m_selectedClip = m_selection.last().clip;
     }
     const orvel::Clip *left = clipAt(m_selectedTransitionTrack, m_selectedTransitionLeftClip);
-    if (!left) {
+    if (!left && m_selectedTransitionTrack != -1) {
         m_selectedTransitionTrack = -1;
         m_selectedTransitionLeftClip = -1;
+        emit selectedTransitionDataChanged();
     }
 }
 
@@ -76,6 +85,7 @@ void AppController::selectClip(int trackIndex, int clipIndex)
     m_selectedTransitionTrack = -1;
     m_selectedTransitionLeftClip = -1;
     emit selectionChanged();
+    emit selectedTransitionDataChanged();
 }
 
 void AppController::addToSelection(int trackIndex, int clipIndex)
@@ -141,36 +151,9 @@ void AppController::clearTransitionSelection()
     emit selectedTransitionDataChanged();
 }
 
-// The pair that a merge would join, earlier clip first; false when the selection allows none.
-bool AppController::mergePair(orvel::ClipRef &first, orvel::ClipRef &second) const
-{
-    const QList<orvel::ClipRef> refs = effectiveSelection();
-    if (refs.size() == 1) {
-        const orvel::ClipRef a = refs.first();
-        const QList<orvel::Clip> &clips = m_project.tracks[a.track].clips;
-        for (int c = 0; c < clips.size(); ++c) {
-            if (c != a.clip && orvel::clipsMergeable(clips[a.clip], clips[c])) {
-                first = a;
-                second = orvel::ClipRef{a.track, c};
-                return true;
-            }
-        }
-        return false;
-    }
-    if (refs.size() != 2 || refs[0].track != refs[1].track || refs[0].clip == refs[1].clip)
-        return false;
-    const QList<orvel::Clip> &clips = m_project.tracks[refs[0].track].clips;
-    const bool inOrder = clips[refs[0].clip].timelineStartUs <= clips[refs[1].clip].timelineStartUs;
-    first = inOrder ? refs[0] : refs[1];
-    second = inOrder ? refs[1] : refs[0];
-    return orvel::clipsMergeable(clips[first.clip], clips[second.clip]);
-}
-
 bool AppController::canMergeSelection() const
 {
-    orvel::ClipRef first;
-    orvel::ClipRef second;
-    return mergePair(first, second);
+    return !orvel::mergePairs(m_project, effectiveSelection()).isEmpty();
 }
 
 bool AppController::clipHasSeparableAudio(const orvel::Clip &clip) const
@@ -183,8 +166,13 @@ bool AppController::clipHasSeparableAudio(const orvel::Clip &clip) const
     if (asset->hasAudioKnown)
         return asset->hasAudio;
     // Not probed yet: a record with audio properties has audio; one without counts as silent
-    // until the asset library has looked at the file.
-    return asset->channels > 0 || asset->sampleRate > 0;
+    // until the asset library has looked at the file, which it is asked to do now. Its answer
+    // arrives as a metadata change, which re-announces the edit capabilities.
+    if (asset->channels > 0 || asset->sampleRate > 0)
+        return true;
+    if (m_assetLibrary)
+        m_assetLibrary->ensureAudioPresence(asset->id);
+    return false;
 }
 
 bool AppController::canSeparateAudioSelection() const

@@ -91,7 +91,7 @@ double AppController::sourceTimeForClip(const QVariantMap &clip) const
 
 QVariantList AppController::speedCurvePoints() const
 {
-    return orvel::speedCurvePointsToVariant(m_speedSession.workingCurve.points);
+    return orvel::speedCurvePointsToVariant(orvel::editableSpeedCurvePoints(m_speedSession.workingCurve));
 }
 
 QSize AppController::speedCurveFrameSize() const
@@ -204,7 +204,10 @@ void AppController::setSpeedCurvePoints(const QVariantList &points)
 {
     if (!m_speedSession.active)
         return;
-    m_speedSession.workingCurve = orvel::normaliseSpeedCurve(orvel::speedCurvePointsFromVariant(points));
+    const QList<orvel::SpeedCurvePoint> parsed = orvel::speedCurvePointsFromVariant(points);
+    if (!orvel::speedCurvePointsFinite(parsed))
+        return;
+    m_speedSession.workingCurve = orvel::normaliseSpeedCurve(parsed);
     const orvel::TimeUs durationUs =
         orvel::retimedDuration(m_speedSession.workingCurve, speedSessionSpanUs());
     m_speedSession.positionUs = std::min(m_speedSession.positionUs, durationUs);

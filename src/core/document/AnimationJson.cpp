@@ -162,4 +162,16 @@ SpeedCurve speedCurveFromJson(const QJsonArray &json)
     return normaliseSpeedCurve(std::move(points));
 }
 
+void applySpeedCurveWindowJson(const QJsonArray &json, SpeedCurve &curve)
+{
+    if (json.size() != 2 || !json.at(0).isDouble() || !json.at(1).isDouble())
+        return;
+    const double start = json.at(0).toDouble();
+    const double end = json.at(1).toDouble();
+    if (std::isfinite(start) && std::isfinite(end) && end - start > 1e-9) {
+        curve.windowStart = start;
+        curve.windowEnd = end;
+    }
+}
+
 } // namespace orvel

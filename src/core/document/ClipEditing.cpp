@@ -1,5 +1,7 @@
 #include "core/document/ClipEditing.h"
 
+#include "core/document/ClipTiming.h"
+
 #include <QtMath>
 
 #include <algorithm>
@@ -72,14 +74,7 @@ bool trimGeneratedLeft(Clip &clip, TimeUs snappedStartUs, TimeUs deltaUs)
 
 bool growMediaLeft(const Project &project, Clip &clip, TimeUs snappedStartUs, TimeUs growthUs)
 {
-    // With a curve the leading end's speed converts the extra time: the source there is what
-    // the new part would play.
-    TimeUs sourceDeltaUs = 0;
-    if (clip.speedCurve.isActive())
-        sourceDeltaUs =
-            roundedUs(speedAtSource(clip.speedCurve, clip.reverse ? 1.0 : 0.0) * double(growthUs));
-    else
-        sourceDeltaUs = roundedUs(double(growthUs) * effectiveSpeed(clip.speed));
+    const TimeUs sourceDeltaUs = clipLeadingGrowthSourceUs(clip, growthUs);
     if (clip.reverse) {
         if (clip.srcOutUs + sourceDeltaUs > clipSourceLengthUs(project, clip))
             return false;
@@ -129,7 +124,7 @@ TimeUs secondsToUs(double seconds)
 {
     if (std::isnan(seconds))
         return 0;
-    return TimeUs(std::clamp(seconds * 1e6, -kSecondsLimitUs, kSecondsLimitUs));
+    return TimeUs(std::llround(std::clamp(seconds * 1e6, -kSecondsLimitUs, kSecondsLimitUs)));
 }
 
 TimeUs clipLocalTimeUs(const Clip &clip, TimeUs timelineUs)
@@ -244,12 +239,14 @@ bool trimLeftEdge(const Project &project, Clip &clip, TimeUs snappedStartUs)
     if (isGeneratedClip(clip.type))
         return trimGeneratedLeft(clip, snappedStartUs, deltaUs);
     Clip edited = clip;
-    const bool applied = deltaUs < 0 ? growMediaLeft(project, edited, snappedStartUs, -deltaUs)
-                                     : shrinkMediaLeft(edited, snappedStartUs, deltaUs);
+    bool applied = false;
+    if (hasCurvedTiming(clip))
+        applied = trimCurvedClipLeft(edited, deltaUs, clipSourceLengthUs(project, clip));
+    else
+        applied = deltaUs < 0 ? growMediaLeft(project, edited, snappedStartUs, -deltaUs)
+                              : shrinkMediaLeft(edited, snappedStartUs, deltaUs);
     if (!applied)
         return false;
-    if (edited.speedCurve.isActive())
-        edited.timelineDurationUs = retimedDuration(edited.speedCurve, edited.srcOutUs - edited.srcInUs);
     clip = edited;
     return true;
 }
@@ -258,9 +255,6 @@ bool trimRightEdge(const Project &project, Clip &clip, TimeUs snappedEndUs)
 {
     Clip edited = clip;
     applyWantedDuration(project, edited, snappedEndUs - clip.timelineStartUs);
-    if (edited.speedCurve.isActive())
-        edited.timelineDurationUs =
-            std::max<TimeUs>(retimedDuration(edited.speedCurve, edited.srcOutUs - edited.srcInUs), 1);
     if (sameTiming(edited, clip))
         return false;
     clip = edited;
@@ -272,6 +266,10 @@ void applyWantedDuration(const Project &project, Clip &clip, TimeUs wantedUs)
     const bool generated = isGeneratedClip(clip.type);
     const double speed = effectiveSpeed(clip.speed);
     const TimeUs sourceLengthUs = clipSourceLengthUs(project, clip);
+    if (!generated && hasCurvedTiming(clip)) {
+        applyCurvedClipDuration(clip, wantedUs, sourceLengthUs);
+        return;
+    }
     TimeUs maximumUs = kGeneratedClipMaxUs;
     if (!generated) {
         const TimeUs roomUs = clip.reverse ? clip.srcOutUs : sourceLengthUs - clip.srcInUs;
@@ -289,8 +287,14 @@ void applyWantedDuration(const Project &project, Clip &clip, TimeUs wantedUs)
 void applySourceTrim(const Project &project, Clip &clip, TimeUs inUs, TimeUs outUs)
 {
     const TimeUs lengthUs = clipSourceLengthUs(project, clip);
-    clip.srcInUs = std::clamp<TimeUs>(inUs, 0, std::max<TimeUs>(lengthUs - kMinClipLengthUs, 0));
-    clip.srcOutUs = std::max(std::min(lengthUs, outUs), clip.srcInUs + kMinClipLengthUs);
+    const TimeUs newInUs = std::clamp<TimeUs>(inUs, 0, std::max<TimeUs>(lengthUs - kMinClipLengthUs, 0));
+    const TimeUs newOutUs = std::max(std::min(lengthUs, outUs), newInUs + kMinClipLengthUs);
+    if (hasCurvedTiming(clip)) {
+        setCurvedClipSource(clip, newInUs, newOutUs);
+        return;
+    }
+    clip.srcInUs = newInUs;
+    clip.srcOutUs = newOutUs;
     const TimeUs spanUs = clip.srcOutUs - clip.srcInUs;
     if (clip.speedCurve.isActive())
         clip.timelineDurationUs = retimedDuration(clip.speedCurve, spanUs);

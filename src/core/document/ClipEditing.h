@@ -14,8 +14,9 @@ inline constexpr TimeUs kGeneratedClipMaxUs = 300000000;
 inline constexpr TimeUs kDefaultClipLengthUs = 5000000;
 inline constexpr TimeUs kDefaultSubtitleClipLengthUs = 30000000;
 
-// QML speaks double seconds; the document speaks truncated microseconds. NaN reads as 0 and
-// infinities saturate, so a hostile value cannot overflow.
+// QML speaks double seconds; the document speaks microseconds, rounded to the nearest so that a
+// time read out as seconds comes back as the same microsecond. NaN reads as 0 and infinities
+// saturate, so a hostile value cannot overflow.
 TimeUs secondsToUs(double seconds);
 inline double usToSeconds(TimeUs us)
 {

@@ -1,5 +1,7 @@
 #include "core/document/ClipProperties.h"
 
+#include "core/document/ClipEditing.h"
+
 #include <cmath>
 #include <limits>
 
@@ -124,7 +126,7 @@ double propertyValueAt(const Project &project, const Clip &clip, const QString &
 {
     const AnimatedProperty *property = clipProperty(clip, name);
     if (property && !property->isEmpty()) {
-        const TimeUs atUs = TimeUs(std::floor(atSeconds * 1e6));
+        const TimeUs atUs = secondsToUs(atSeconds);
         return valueAt(*property, atUs - clip.timelineStartUs);
     }
     return propertyBaseValue(project, clip, name, fallback);

@@ -29,18 +29,33 @@ TimeUs clipSourceTimeUs(const Clip &clip, TimeUs timelineUs);
 // speed.
 double clipSpeedAtLocalUs(const Clip &clip, TimeUs localUs);
 
-// Source length taken up when the clip's leading edge grows by timelineDeltaUs. With a curve
-// this uses the speed at the leading end of the source: its end when reversed, its start
-// otherwise.
+// Source length taken up when the clip's leading edge grows by timelineDeltaUs: the speed that
+// plays at the clip's left edge times the time. A curve's position 0 plays there whether or not
+// the clip is reversed.
 TimeUs clipLeadingGrowthSourceUs(const Clip &clip, TimeUs timelineDeltaUs);
 
 // After the constant speed has been replaced: keeps the timeline length and lets the source span
 // follow, until the file's end (sourceLengthUs) cuts it; only then does the timeline length shrink.
+// A curved clip plays at its curve's speeds, so its source stays and its duration is the curve's.
 void applySpeedDurationRule(Clip &clip, TimeUs sourceLengthUs);
 void applySpeedDurationRule(const Project &project, Clip &clip);
 
 // Empties an active curve and gives the clip the duration its source span takes at the constant
 // speed. False (nothing changed) when the clip has no active curve.
 bool clearSpeedCurve(Clip &clip);
+
+// Edges of a clip with an active curve over a source span of at least 1 microsecond. The curve
+// stays pinned to the source, so every frame that remains in the clip keeps its source time.
+// The left edge moves by deltaUs of timeline (positive shrinks, negative grows at the speeds
+// before the old edge); the right edge stays. False for a refusal: under the minimum length, or
+// more source than the file has.
+bool trimCurvedClipLeft(Clip &clip, TimeUs deltaUs, TimeUs sourceLengthUs);
+// The right edge at a wanted duration, limited by the file's end and the minimum length.
+void applyCurvedClipDuration(Clip &clip, TimeUs wantedUs, TimeUs sourceLengthUs);
+// New in and out points (already limited), the curve following the source and the duration the
+// curve's.
+void setCurvedClipSource(Clip &clip, TimeUs inUs, TimeUs outUs);
+// Whether the curved edge rules above apply to the clip.
+bool hasCurvedTiming(const Clip &clip);
 
 } // namespace orvel

@@ -7,10 +7,10 @@ namespace orvel {
 namespace {
 
 constexpr double kZeroHandle = 1e-12;
-// Ease handles are stored as computed here, so an unedited ease key matches almost exactly; the
-// allowance covers a round trip through seconds in the editor without calling a visible
-// difference "ease".
-constexpr double kEaseHandleToleranceUs = 1e-6;
+// Ease handles are stored as computed here, a third of a span, rarely a whole microsecond. The
+// editor reads them as seconds and may hand them back rounded to the microsecond; that half
+// microsecond is far below anything visible, so such a key is still "ease".
+constexpr double kEaseHandleToleranceUs = 0.5 + 1e-6;
 
 bool isZeroHandle(double value)
 {

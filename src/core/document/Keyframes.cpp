@@ -80,9 +80,8 @@ double valueAt(const AnimatedProperty &property, TimeUs t)
 
 void setAt(AnimatedProperty &property, TimeUs t, double value)
 {
-    auto it = property.keyframes.find(t);
-    if (it != property.keyframes.end()) {
-        it->value = value;
+    if (const auto existing = nearestKeyTime(property, t, kKeyframeSameTimeUs)) {
+        property.keyframes[*existing].value = value;
         return;
     }
     property.keyframes.insert(t, Keyframe{value});

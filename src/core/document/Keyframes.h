@@ -46,12 +46,15 @@ double solveBezierParameter(double x0, double x1, double x2, double x3, double x
 // test for empty first.
 double valueAt(const AnimatedProperty &property, TimeUs t);
 
-// Inserts a key at exactly t with zero tangents and no flags, or changes only the value of an
-// existing key there.
+// Inserts a key at t with zero tangents and no flags, or changes only the value of an existing
+// key within kKeyframeSameTimeUs of t. Times that went through seconds in QML may come back a
+// microsecond off, and such a write means the key that is there, not a new one beside it.
 void setAt(AnimatedProperty &property, TimeUs t, double value);
 
 // Keys closer than this (inclusive) to an edit time are taken as "the key being edited".
 inline constexpr TimeUs kKeyframeSnapToleranceUs = 33333;
+// Keys this close (inclusive) to a write time are the same key.
+inline constexpr TimeUs kKeyframeSameTimeUs = 1;
 
 // Time of the key nearest t, at most toleranceUs away (inclusive). Of two keys equally near, the
 // earlier one wins.

@@ -33,6 +33,9 @@ AnimatedProperty animatedPropertyFromJson(const QJsonObject &json);
 QJsonArray speedCurveToJson(const SpeedCurve &curve);
 // The points are normalised and the tables rebuilt.
 SpeedCurve speedCurveFromJson(const QJsonArray &json);
+// Reads [start, end] into the curve's window; anything else (absent, not two finite numbers in
+// order) leaves the whole drawing playing.
+void applySpeedCurveWindowJson(const QJsonArray &json, SpeedCurve &curve);
 
 QJsonObject textStyleToJson(const TextStyle &style);
 // The same keys and values as the JSON form, as a map for QML.

@@ -146,6 +146,7 @@ void readClipTiming(const QJsonObject &json, Clip &clip)
 {
     clip.speed = readDouble(json, "speed"_L1, 1.0);
     clip.speedCurve = speedCurveFromJson(readArray(json, "speedCurve"_L1));
+    applySpeedCurveWindowJson(readArray(json, "speedCurveWindow"_L1), clip.speedCurve);
     clip.reverse = readBool(json, "reverse"_L1, false);
     clip.flipH = readBool(json, "flipH"_L1, false);
     clip.flipV = readBool(json, "flipV"_L1, false);

@@ -72,6 +72,10 @@ void writeClipTiming(QJsonObject &json, const Clip &clip)
 {
     json.insert("speed"_L1, clip.speed);
     json.insert("speedCurve"_L1, speedCurveToJson(clip.speedCurve));
+    // Only split or trimmed curves play part of their drawing; whole ones keep the plain form.
+    if (clip.speedCurve.isActive() && clip.speedCurve.isWindowed())
+        json.insert("speedCurveWindow"_L1,
+                    QJsonArray{clip.speedCurve.windowStart, clip.speedCurve.windowEnd});
     json.insert("reverse"_L1, clip.reverse);
     json.insert("flipH"_L1, clip.flipH);
     json.insert("flipV"_L1, clip.flipV);

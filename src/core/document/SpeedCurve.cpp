@@ -66,11 +66,93 @@ TimelineCell findTimelineCell(const SpeedCurve &curve, double r)
     return {index, r - table[index]};
 }
 
+// The drawn curve over its own positions x, carried on past 0 and 1 at the end speeds.
+
+double drawnSpeedAt(const SpeedCurve &curve, double x)
+{
+    if (x <= 0.0)
+        return curve.speedTable[0];
+    if (x >= 1.0)
+        return curve.speedTable[kSpeedTableCells];
+    const double cell = x * kSpeedTableCells;
+    const int i = std::min(int(cell), kSpeedTableCells - 1);
+    const double f = cell - i;
+    return curve.speedTable[i] + (curve.speedTable[i + 1] - curve.speedTable[i]) * f;
+}
+
+// Integral of 1 / speed from 0 to x.
+double drawnTimeAt(const SpeedCurve &curve, double x)
+{
+    if (x <= 0.0)
+        return x / curve.speedTable[0];
+    if (x >= 1.0)
+        return curve.timeTable[kSpeedTableCells] + (x - 1.0) / curve.speedTable[kSpeedTableCells];
+    const double cell = x * kSpeedTableCells;
+    const int i = std::min(int(cell), kSpeedTableCells - 1);
+    const double f = cell - i;
+    const double s0 = curve.speedTable[i];
+    const double sF = s0 + (curve.speedTable[i + 1] - s0) * f;
+    const double dp = f * kSpeedTableStep;
+    const double q = std::abs(sF - s0) < kNearEqual ? dp / s0 : dp * std::log(sF / s0) / (sF - s0);
+    return q + curve.timeTable[i];
+}
+
+// The position x at which the integral of 1 / speed reaches r.
+double drawnPositionAtTime(const SpeedCurve &curve, double r)
+{
+    if (r <= 0.0)
+        return r * curve.speedTable[0];
+    const double total = curve.timeTable[kSpeedTableCells];
+    if (r >= total)
+        return 1.0 + (r - total) * curve.speedTable[kSpeedTableCells];
+    const TimelineCell cell = findTimelineCell(curve, r);
+    const double s0 = curve.speedTable[cell.index];
+    const double k = curve.speedTable[cell.index + 1] - s0;
+    const double dp = std::abs(k) < kNearEqual
+                          ? s0 * cell.q
+                          : (std::exp(k * kSpeedTableCells * cell.q) * s0 - s0) / (k * kSpeedTableCells);
+    return std::clamp(cell.index * kSpeedTableStep + dp, 0.0, 1.0);
+}
+
+// The clip's window on the drawn curve; the clip's normalised position p is drawn position
+// start + width * p, and its timeline runs from the integral at start.
+struct CurveWindow
+{
+    double start = 0.0;
+    double width = 1.0;
+    double startTime = 0.0;
+    double endTime = 0.0;
+};
+
+CurveWindow curveWindow(const SpeedCurve &curve)
+{
+    CurveWindow window;
+    window.start = curve.windowStart;
+    window.width = curve.windowEnd - curve.windowStart;
+    window.startTime = drawnTimeAt(curve, curve.windowStart);
+    window.endTime = drawnTimeAt(curve, curve.windowEnd);
+    return window;
+}
+
+// Timeline offset (as a fraction of the span) at source fraction p of the window; p unbounded.
+double windowTimeAt(const SpeedCurve &curve, const CurveWindow &window, double p)
+{
+    return (drawnTimeAt(curve, window.start + window.width * p) - window.startTime) / window.width;
+}
+
+// Source fraction at timeline fraction t of the window; t unbounded.
+double windowPositionAtTime(const SpeedCurve &curve, const CurveWindow &window, double t)
+{
+    return (drawnPositionAtTime(curve, window.startTime + t * window.width) - window.start) / window.width;
+}
+
 } // namespace
 
 SpeedCurve normaliseSpeedCurve(QList<SpeedCurvePoint> points)
 {
     SpeedCurve curve;
+    // A non-finite value would poison the sort and every table entry after it.
+    points.removeIf([](const SpeedCurvePoint &p) { return !speedCurvePointsFinite({p}); });
     if (points.size() < 2)
         return curve;
     std::stable_sort(points.begin(), points.end(),
@@ -96,7 +178,8 @@ TimeUs retimedDuration(const SpeedCurve &curve, TimeUs sourceSpanUs)
 {
     if (!tablesUsable(curve) || sourceSpanUs < 1)
         return sourceSpanUs;
-    return TimeUs(std::llround(double(sourceSpanUs) * curve.timeTable[kSpeedTableCells]));
+    const CurveWindow window = curveWindow(curve);
+    return TimeUs(std::llround(double(sourceSpanUs) * (window.endTime - window.startTime) / window.width));
 }
 
 TimeUs timelineOffsetFromSource(const SpeedCurve &curve, TimeUs sourceOffsetUs, TimeUs sourceSpanUs)
@@ -104,45 +187,59 @@ TimeUs timelineOffsetFromSource(const SpeedCurve &curve, TimeUs sourceOffsetUs, 
     if (!tablesUsable(curve) || sourceSpanUs < 1)
         return sourceOffsetUs;
     const double p = std::clamp(double(sourceOffsetUs) / double(sourceSpanUs), 0.0, 1.0);
-    const double x = p * kSpeedTableCells;
-    const int i = std::min(int(x), kSpeedTableCells - 1);
-    const double f = x - i;
-    const double s0 = curve.speedTable[i];
-    const double sF = s0 + (curve.speedTable[i + 1] - s0) * f;
-    const double dp = f * kSpeedTableStep;
-    const double q = std::abs(sF - s0) < kNearEqual ? dp / s0 : dp * std::log(sF / s0) / (sF - s0);
-    return TimeUs(std::llround((q + curve.timeTable[i]) * double(sourceSpanUs)));
+    return TimeUs(std::llround(windowTimeAt(curve, curveWindow(curve), p) * double(sourceSpanUs)));
 }
 
 TimeUs sourceOffsetFromTimeline(const SpeedCurve &curve, TimeUs timelineOffsetUs, TimeUs sourceSpanUs)
 {
     if (!tablesUsable(curve) || sourceSpanUs < 1)
         return timelineOffsetUs;
-    const TimelineCell cell = findTimelineCell(curve, double(timelineOffsetUs) / double(sourceSpanUs));
-    const double s0 = curve.speedTable[cell.index];
-    const double k = curve.speedTable[cell.index + 1] - s0;
-    const double dp = std::abs(k) < kNearEqual
-                          ? s0 * cell.q
-                          : (std::exp(k * kSpeedTableCells * cell.q) * s0 - s0) / (k * kSpeedTableCells);
-    const double p = std::clamp(cell.index * kSpeedTableStep + dp, 0.0, 1.0);
+    const CurveWindow window = curveWindow(curve);
+    const double tMax = (window.endTime - window.startTime) / window.width;
+    const double t = std::clamp(double(timelineOffsetUs) / double(sourceSpanUs), 0.0, tMax);
+    const double p = std::clamp(windowPositionAtTime(curve, window, t), 0.0, 1.0);
     return TimeUs(std::llround(p * double(sourceSpanUs)));
+}
+
+TimeUs timelineOffsetFromSourceUnbounded(const SpeedCurve &curve, TimeUs sourceOffsetUs, TimeUs sourceSpanUs)
+{
+    if (!tablesUsable(curve) || sourceSpanUs < 1)
+        return sourceOffsetUs;
+    const double p = double(sourceOffsetUs) / double(sourceSpanUs);
+    return TimeUs(std::llround(windowTimeAt(curve, curveWindow(curve), p) * double(sourceSpanUs)));
+}
+
+TimeUs sourceOffsetFromTimelineUnbounded(const SpeedCurve &curve, TimeUs timelineOffsetUs,
+                                         TimeUs sourceSpanUs)
+{
+    if (!tablesUsable(curve) || sourceSpanUs < 1)
+        return timelineOffsetUs;
+    const double t = double(timelineOffsetUs) / double(sourceSpanUs);
+    return TimeUs(std::llround(windowPositionAtTime(curve, curveWindow(curve), t) * double(sourceSpanUs)));
 }
 
 double speedAtSource(const SpeedCurve &curve, double position)
 {
     if (!tablesUsable(curve))
         return 1.0;
-    const double x = std::clamp(position, 0.0, 1.0) * kSpeedTableCells;
-    const int i = std::min(int(x), kSpeedTableCells - 1);
-    const double f = x - i;
-    return curve.speedTable[i] + (curve.speedTable[i + 1] - curve.speedTable[i]) * f;
+    const double width = curve.windowEnd - curve.windowStart;
+    return drawnSpeedAt(curve, curve.windowStart + width * std::clamp(position, 0.0, 1.0));
 }
 
 double speedAtTimeline(const SpeedCurve &curve, TimeUs timelineOffsetUs, TimeUs sourceSpanUs)
 {
     if (!tablesUsable(curve) || sourceSpanUs < 1)
         return 1.0;
-    const TimelineCell cell = findTimelineCell(curve, double(timelineOffsetUs) / double(sourceSpanUs));
+    const CurveWindow window = curveWindow(curve);
+    const double t = std::clamp(double(timelineOffsetUs) / double(sourceSpanUs), 0.0,
+                                (window.endTime - window.startTime) / window.width);
+    const double r = window.startTime + t * window.width;
+    // Outside the drawn range the end speeds hold.
+    if (r <= 0.0)
+        return curve.speedTable[0];
+    if (r >= curve.timeTable[kSpeedTableCells])
+        return curve.speedTable[kSpeedTableCells];
+    const TimelineCell cell = findTimelineCell(curve, r);
     const double s0 = curve.speedTable[cell.index];
     const double k = curve.speedTable[cell.index + 1] - s0;
     if (std::abs(k) < kNearEqual)
@@ -152,18 +249,21 @@ double speedAtTimeline(const SpeedCurve &curve, TimeUs timelineOffsetUs, TimeUs 
 
 SpeedCurve subCurve(const SpeedCurve &curve, double a, double b)
 {
-    if (!tablesUsable(curve) || b - a <= kNearEqual)
+    if (!tablesUsable(curve) || !(b - a > kNearEqual) || !std::isfinite(a) || !std::isfinite(b))
         return {};
-    QList<SpeedCurvePoint> points;
-    points.reserve(33);
-    for (int i = 0; i <= 32; ++i) {
-        SpeedCurvePoint point;
-        point.pos = i * 0.03125;
-        point.speed = speedAtSource(curve, a + (b - a) * point.pos);
-        point.corner = true;
-        points.append(point);
-    }
-    return normaliseSpeedCurve(std::move(points));
+    SpeedCurve part = curve;
+    const double width = curve.windowEnd - curve.windowStart;
+    part.windowStart = curve.windowStart + width * a;
+    part.windowEnd = curve.windowStart + width * b;
+    return part;
+}
+
+bool speedCurvePointsFinite(const QList<SpeedCurvePoint> &points)
+{
+    return std::all_of(points.cbegin(), points.cend(), [](const SpeedCurvePoint &p) {
+        return std::isfinite(p.pos) && std::isfinite(p.speed) && std::isfinite(p.inDx) &&
+               std::isfinite(p.inDy) && std::isfinite(p.outDx) && std::isfinite(p.outDy);
+    });
 }
 
 } // namespace orvel

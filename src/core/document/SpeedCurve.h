@@ -25,8 +25,15 @@ struct SpeedCurve
     QList<SpeedCurvePoint> points;
     QList<double> speedTable; // speed at source position i / 256, 257 entries
     QList<double> timeTable;  // integral of 1 / speed from 0 to i / 256, 257 entries
+    // The stretch of the drawn curve that the clip's source span plays, in the drawn curve's own
+    // positions. Splits and trims move these instead of redrawing the points, so every source
+    // frame keeps exactly the speed it had. Past the drawn ends the end speeds carry on, which is
+    // what lets a trim grow a curved clip beyond the range the curve was drawn over.
+    double windowStart = 0.0;
+    double windowEnd = 1.0;
 
     bool isActive() const { return points.size() >= 2; }
+    bool isWindowed() const { return windowStart != 0.0 || windowEnd != 1.0; }
 };
 
 inline constexpr int kSpeedTableCells = 256;
@@ -47,8 +54,21 @@ TimeUs timelineOffsetFromSource(const SpeedCurve &curve, TimeUs sourceOffsetUs, 
 double speedAtSource(const SpeedCurve &curve, double position);
 double speedAtTimeline(const SpeedCurve &curve, TimeUs timelineOffsetUs, TimeUs sourceSpanUs);
 
-// A 33-point polyline curve for the source range a..b (normalised positions).
+// The curve for the source range a..b of this one (normalised positions, which may lie outside
+// 0..1 to widen it): the same drawing over a different window, so it maps exactly like the
+// matching part of the original.
 SpeedCurve subCurve(const SpeedCurve &curve, double a, double b);
+
+// The two mappings without the clamp to the clip: offsets before 0 or past the span follow the
+// curve on beyond the window, and past the drawn ends at the end speeds. Trims use them to grow
+// or shrink a curved clip without changing what its remaining frames show.
+TimeUs sourceOffsetFromTimelineUnbounded(const SpeedCurve &curve, TimeUs timelineOffsetUs,
+                                         TimeUs sourceSpanUs);
+TimeUs timelineOffsetFromSourceUnbounded(const SpeedCurve &curve, TimeUs sourceOffsetUs, TimeUs sourceSpanUs);
+
+// Whether every field of every point is a finite number; anything else is refused before it
+// can reach a curve.
+bool speedCurvePointsFinite(const QList<SpeedCurvePoint> &points);
 
 // Old files may hold a non-positive constant speed; every formula reads it as 1.0.
 inline double effectiveSpeed(double speed)
