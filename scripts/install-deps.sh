@@ -18,6 +18,7 @@ packages=(
   juce-modules-source libsoundtouch-dev libzstd-dev libssl-dev zlib1g-dev
   xvfb xauth x11-utils x11-apps libgl1-mesa-dri libegl1 libegl-mesa0 libgl-dev libegl-dev mesa-utils
   googletest libgtest-dev libgmock-dev libbenchmark-dev fonts-dejavu-core
+  pulseaudio pulseaudio-utils
 )
 
 missing=()
