@@ -46,6 +46,9 @@ double clipFadeGain(const Clip &clip, TimeUs timeUs)
     const TimeUs remaining = clip.timelineDurationUs - local;
     if (clip.fadeOutUs > 0 && remaining < clip.fadeOutUs)
         out = double(remaining) / double(clip.fadeOutUs);
+    // Most of a clip lies outside its fades, where both ramps are 1 and every curve gives 1.
+    if (in >= 1.0 && out >= 1.0)
+        return 1.0;
     return fadeCurveValue(clip.fadeCurve, std::clamp(in, 0.0, 1.0)) *
            fadeCurveValue(clip.fadeCurve, std::clamp(out, 0.0, 1.0));
 }

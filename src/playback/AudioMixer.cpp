@@ -84,7 +84,9 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
     const QList<float> samples = processedClipSamples(clip, timeUs, frameCount, sampleRate);
     const int frames = std::min(frameCount, int(samples.size() / 2));
     const bool fades = clip.fadeInUs > 0 || clip.fadeOutUs > 0;
-    const bool volume = !clip.volume.isEmpty();
+    // One key is a constant volume: evaluate it once, not per frame.
+    const bool volume = clip.volume.keyframes.size() > 1;
+    const double steadyGain = clip.volume.keyframes.size() == 1 ? clipVolumeGain(clip, timeUs) : 1.0;
     const bool transitions = !windows.isEmpty();
     for (int i = 0; i < frames; ++i) {
         const float left = samples[2 * i];
@@ -92,7 +94,7 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
         if (left == 0.0f && right == 0.0f)
             continue;
         const TimeUs t = timeUs + framesToUs(i, sampleRate);
-        double gain = 1.0;
+        double gain = steadyGain;
         if (fades)
             gain *= clipFadeGain(clip, t);
         if (volume)

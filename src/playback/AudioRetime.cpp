@@ -28,17 +28,19 @@ struct RetimeGraph
 
 bool buildRetimeGraph(RetimeGraph &g, int sampleRate, double speed)
 {
+    // Finding a filter by name walks the whole filter list; the answers never change.
+    static const AVFilter *const bufferSource = avfilter_get_by_name("abuffer");
+    static const AVFilter *const bufferSink = avfilter_get_by_name("abuffersink");
     if (!g.graph)
         return false;
     const QByteArray args =
         QStringLiteral("time_base=1/%1:sample_rate=%1:sample_fmt=flt:channel_layout=stereo")
             .arg(sampleRate)
             .toUtf8();
-    if (avfilter_graph_create_filter(&g.source, avfilter_get_by_name("abuffer"), "in", args.constData(),
-                                     nullptr, g.graph) < 0)
+    if (avfilter_graph_create_filter(&g.source, bufferSource, "in", args.constData(), nullptr, g.graph) < 0)
         return false;
     // The sink is told to give packed float, so frames come out in the block format.
-    g.sink = avfilter_graph_alloc_filter(g.graph, avfilter_get_by_name("abuffersink"), "out");
+    g.sink = avfilter_graph_alloc_filter(g.graph, bufferSink, "out");
     const AVSampleFormat formats[] = {AV_SAMPLE_FMT_FLT, AV_SAMPLE_FMT_NONE};
     if (!g.sink ||
         av_opt_set_int_list(g.sink, "sample_fmts", formats, AV_SAMPLE_FMT_NONE, AV_OPT_SEARCH_CHILDREN) < 0 ||
