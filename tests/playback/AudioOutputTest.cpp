@@ -12,8 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 using namespace orvel;
 
 // Plays a generated project through the real audio output for three seconds, sampling the clock
@@ -52,10 +50,9 @@ public:
         clip.type = ClipType::audio;
         clip.path = tonefiles::sineFile(440.0, 5.0);
         clip.timelineDurationUs = clip.srcOutUs = 5'000'000;
-        Track track;
-        track.type = TrackType::audio;
-        track.clips = {clip};
-        project.tracks = {track};
+        project.tracks = {Track()};
+        project.tracks[0].type = TrackType::audio;
+        project.tracks[0].clips = {clip};
         mixer.setProject(&project);
     }
 
@@ -69,15 +66,14 @@ public:
         elapsed.start();
         output.start(48000);
         QEventLoop loop;
+        auto sample = [&] { samples.append({elapsed.elapsed(), clock.nowUs(), output.deviceProcessedUs()}); };
         QTimer tick;
         tick.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&tick, &QTimer::timeout, [&] {
-            samples.append({elapsed.elapsed(), clock.nowUs(), output.deviceProcessedUs()});
-        });
+        QObject::connect(&tick, &QTimer::timeout, sample);
         tick.start(16);
         QTimer::singleShot(playMs, Qt::PreciseTimer, &loop, &QEventLoop::quit);
         loop.exec();
-        samples.append({elapsed.elapsed(), clock.nowUs(), output.deviceProcessedUs()});
+        sample();
         writtenUs = clock.writtenUs();
         output.setPlaying(false);
         clock.stop();
@@ -98,7 +94,11 @@ void expectNeverBackwards(const QList<Sample> &samples)
         ASSERT_GE(samples[i].playheadUs, samples[i - 1].playheadUs) << "at " << samples[i].elapsedMs << " ms";
 }
 
-class OutputWarnings : public testing::Test
+} // namespace
+
+// Collects the output's warnings. Outside the anonymous namespace, since the test classes derive
+// from it.
+class AudioOutputWarningsTest : public testing::Test
 {
 protected:
     void SetUp() override
@@ -112,10 +112,8 @@ private:
     QtMessageHandler m_previous = nullptr;
 };
 
-using AudioOutputWithDevice = OutputWarnings;
-using AudioOutputWithoutDevice = OutputWarnings;
-
-} // namespace
+using AudioOutputWithDevice = AudioOutputWarningsTest;
+using AudioOutputWithoutDevice = AudioOutputWarningsTest;
 
 TEST_F(AudioOutputWithDevice, PlayheadFollowsTheDevicesProcessedTime)
 {

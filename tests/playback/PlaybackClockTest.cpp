@@ -63,24 +63,20 @@ TEST(PlaybackClock, FollowsTheDeviceBetweenReportsAndNeverGoesBack)
     EXPECT_EQ(clock.nowUs(), 1'060'000);
 }
 
-TEST(PlaybackClock, WrittenTimeCountsFramesAtTheRateOfTheLastReset)
+TEST(PlaybackClock, WrittenTimeCountsFramesFromTheLastStart)
 {
     FakeSteady steady;
     PlaybackClock clock(steady.source());
-    clock.reset(500'000, 0); // a rate below 1 is taken as 1
-    EXPECT_EQ(clock.sampleRate(), 1);
     clock.reset(500'000, 44100);
     clock.start();
-    clock.addFramesWritten(44100);
-    clock.addFramesWritten(441);
+    clock.addFramesWritten(44100 + 441);
     EXPECT_EQ(clock.writtenUs(), 1'510'000);
-
     // A restart counts from the new position and forgets the frames and the device's figure.
     clock.reportDeviceProcessed(900'000);
-    clock.stop();
-    clock.reset(4'000'000, 48000);
+    clock.reset(4'000'000, 0); // a rate below 1 counts as 1
     clock.start();
-    EXPECT_EQ(clock.writtenUs(), 4'000'000);
+    clock.addFramesWritten(2);
+    EXPECT_EQ(clock.writtenUs(), 6'000'000);
     steady.advanceMs(100);
     EXPECT_EQ(clock.nowUs(), 4'000'000);
 }

@@ -28,9 +28,7 @@ QString expressionFile(const QString &key, const QString &expression, double sec
     const QString source = QStringLiteral("aevalsrc='%1|%1':s=48000:d=%2").arg(expression).arg(seconds);
     QProcess ffmpeg;
     ffmpeg.start(QStringLiteral("ffmpeg"),
-                 {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"), QStringLiteral("-f"),
-                  QStringLiteral("lavfi"), QStringLiteral("-i"), source, QStringLiteral("-c:a"),
-                  QStringLiteral("pcm_f32le"), path});
+                 {"-v", "error", "-y", "-f", "lavfi", "-i", source, "-c:a", "pcm_f32le", path});
     const bool finished = ffmpeg.waitForFinished(60000);
     EXPECT_TRUE(finished && ffmpeg.exitCode() == 0)
         << "ffmpeg failed for " << key.toStdString() << ": " << ffmpeg.readAllStandardError().toStdString();
