@@ -127,8 +127,10 @@ QList<float> AudioMixer::processedClipSamples(const Clip &clip, TimeUs timeUs, i
         }
     }
     QList<float> samples = readClipSamples(clip, timeUs, frameCount, sampleRate);
-    if (active)
-        rack->process(samples.constData(), samples.data(), frameCount);
+    if (active) {
+        float *data = samples.data();
+        rack->process(data, data, frameCount);
+    }
     rack->setNextExpectedUs(timeUs + framesToUs(frameCount, sampleRate));
     return samples;
 }

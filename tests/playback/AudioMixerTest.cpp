@@ -166,7 +166,7 @@ TEST(AudioMixer, TransitionCurvesWeightTheTwoClips)
     EXPECT_FLOAT_EQ(firstLeft(project, half), 0.1875f);
 }
 
-TEST(AudioMixer, BlockStraddlingAClipStartReadsFromTheClipsOffset)
+TEST(AudioMixer, ReadsFromTheRightSourceOffsetForwardsAndReversed)
 {
     // The clip starts 50 ms into the block and plays its file from 1 s.
     Project project = projectOf({makeTrack(TrackType::audio, {makeClip(ClipType::audio, tonefiles::rampFile(),
@@ -179,6 +179,14 @@ TEST(AudioMixer, BlockStraddlingAClipStartReadsFromTheClipsOffset)
         EXPECT_NEAR(out[std::size_t(2 * (2400 + k))], fileSeconds / 10.0, 1e-6) << "frame " << 2400 + k;
         EXPECT_NEAR(out[std::size_t(2 * (2400 + k) + 1)], fileSeconds / 10.0, 1e-6);
     }
+
+    // Reversed, 0.5 s into the clip plays the file backwards from 2.5 s. A file of its own, so
+    // that the decoder's position from the read above does not carry over.
+    Clip reversed = makeClip(ClipType::audio, tonefiles::rampFile(4.0), 0, 2'000'000, 1'000'000);
+    reversed.reverse = true;
+    const std::vector<float> back = mixAt(projectOf({makeTrack(TrackType::audio, {reversed})}), 500'000, 480);
+    for (int k : {0, 1, 479})
+        EXPECT_NEAR(back[std::size_t(2 * k)], (2.5 - double(k + 1) / kRate) / 10.0, 1e-6) << "frame " << k;
 }
 
 TEST(AudioRetime, AtempoStagesForLargeAndSmallSpeeds)
