@@ -54,7 +54,7 @@ TEST_F(ClipReaderPoolTest, ClipsOfOneFileShareOneVideoDecoderAndAudioHasItsOwn)
     EXPECT_EQ(countersOf(audio).audioSeeks, 1);
     settle(worker);
     const bool bothCached = worker->withReader([](ClipReader &reader) {
-        return reader.nv12Cache.contains(10 * kFrameUs, 1) && reader.nv12Cache.contains(180 * kFrameUs, 1);
+        return reader.nv12Cache.contains(10 * kFrameUs) && reader.nv12Cache.contains(180 * kFrameUs);
     });
     EXPECT_TRUE(bothCached);
 }
@@ -112,7 +112,7 @@ TEST_F(ClipReaderPoolTest, ReadAheadPrefetchRequeuesUntilFull)
     const int cached = worker->withReader([](ClipReader &reader) {
         int count = 0;
         for (int i = 31; i < 38; ++i)
-            count += reader.nv12Cache.contains(i * kFrameUs, 1) ? 1 : 0;
+            count += reader.nv12Cache.contains(i * kFrameUs) ? 1 : 0;
         return count;
     });
     EXPECT_EQ(cached, 7);
