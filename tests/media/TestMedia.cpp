@@ -54,6 +54,8 @@ QStringList recipe(const QString &name)
         return QStringList{"-i", path("av.mp4")} + words(name == "rotated.mp4"
                                                              ? "-c copy -metadata:s:v:0 rotate=270"
                                                              : "-c copy -metadata:s:v:0 rotate=90");
+    if (name == "rotated-pattern.mp4")
+        return QStringList{"-i", path("pattern-gop5.mp4")} + words("-c copy -metadata:s:v:0 rotate=270");
     if (name == "cover.mp3")
         return words(sine + "44100") + QStringList{"-i", path("small.png")} +
                words("-map 0:a -map 1:v -c:a libmp3lame -c:v png -disposition:v:0 attached_pic "
@@ -66,6 +68,7 @@ QStringList recipe(const QString &name)
         {"hour.ts", pattern(3) + chirp + "3" + gop + " -c:a mp2 -output_ts_offset 3600"},
         {"late-audio.mov", pattern(3) + "-itsoffset 1" + chirp + "3" + gop + " -c:a pcm_s16le"},
         {"short-video.mov", pattern(1) + chirp + "4" + gop + " -c:a pcm_s16le"},
+        {"pattern-gop5.mp4", pattern(1) + h264},
         {"av.mp4", testsrc + "160x90" + sine + "44100 -ac 2 -c:a aac -shortest" + h264},
         {"anamorphic.mp4", testsrc + "160x90 -vf setsar=2" + h264},
         {"silent.mp4", testsrc + "64x64" + h264},

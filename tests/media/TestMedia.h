@@ -40,6 +40,8 @@ inline constexpr qint64 kFrameUs = 40'000; // 25 fps
 //   hour.ts         the same, shifted to start past 3601 s
 //   late-audio.mov  3 s of video; PCM audio that begins 1.000 s after the video
 //   short-video.mov 1 s of video in a 4 s file; 4 s of PCM audio
+//   pattern-gop5.mp4     one second of the pattern with a key frame every 5 frames
+//   rotated-pattern.mp4  the same, to be shown turned a quarter clockwise
 QString path(const QString &name);
 
 // Copies of one sample under distinct names, for imports that need many files.
