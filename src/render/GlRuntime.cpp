@@ -59,8 +59,8 @@ GlRuntime &GlRuntime::instance()
 
 bool GlRuntime::ensureStarted()
 {
-    const bool onGuiThread =
-        QCoreApplication::instance() && QThread::currentThread() == QCoreApplication::instance()->thread();
+    // The application object is not touched once the state is settled: callers on other
+    // threads keep asking while it is being destroyed.
     std::unique_lock lock(m_stateMutex);
     for (;;) {
         if (m_state == State::available)
@@ -72,7 +72,7 @@ bool GlRuntime::ensureStarted()
         // Another thread is starting. If it waits for the surface and this is the GUI thread,
         // make it here: the GUI thread may be blocked in this very call and never reach the
         // event that would have made it.
-        if (onGuiThread && m_surfaceWanted && !m_surfaceClaimed) {
+        if (QThread::currentThread() == m_guiThread && m_surfaceWanted && !m_surfaceClaimed) {
             lock.unlock();
             makeSurfaceOnGuiThread();
             lock.lock();
@@ -82,6 +82,8 @@ bool GlRuntime::ensureStarted()
     }
     // Concurrent first callers wait above and all see this one start's result.
     m_state = State::starting;
+    const QCoreApplication *application = QCoreApplication::instance();
+    m_guiThread = application ? application->thread() : nullptr;
     lock.unlock();
     const bool started = start();
     lock.lock();
@@ -124,7 +126,7 @@ bool GlRuntime::start()
 // Qt requires offscreen surfaces to be created on the GUI thread; the GL thread only uses it.
 bool GlRuntime::makeSurface()
 {
-    if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
+    if (QThread::currentThread() == m_guiThread) {
         {
             std::lock_guard lock(m_stateMutex);
             m_surfaceWanted = true;
@@ -303,13 +305,11 @@ QOpenGLExtraFunctions *GlRuntime::extraFunctions() const
 
 void GlRuntime::shutdown()
 {
-    const bool onGuiThread =
-        QCoreApplication::instance() && QThread::currentThread() == QCoreApplication::instance()->thread();
     {
         std::unique_lock lock(m_stateMutex);
         // A start under way finishes first (helped with its surface if it waits for this thread).
         while (m_state == State::starting) {
-            if (onGuiThread && m_surfaceWanted && !m_surfaceClaimed) {
+            if (QThread::currentThread() == m_guiThread && m_surfaceWanted && !m_surfaceClaimed) {
                 lock.unlock();
                 makeSurfaceOnGuiThread();
                 lock.lock();

@@ -178,6 +178,7 @@ private:
     bool m_surfaceWanted = false;  // a starter off the GUI thread waits for the surface
     bool m_surfaceClaimed = false; // the GUI thread has begun making it
     bool m_surfaceReady = false;
+    QThread *m_guiThread = nullptr; // the application's thread, noted when the start begins
     QThread *m_glThread = nullptr;
     QObject *m_anchor = nullptr;
     std::multimap<quint64, orvel::GlFbo> m_fboPool;
