@@ -74,15 +74,6 @@ TEST(DecodeRules, ThreadsAndHardwareChoice)
     EXPECT_TRUE(isHeavyStream(1920, 1080, 1'000'000, 0.0));   // unknown frame rate
 }
 
-TEST(FrameSpans, AFrameStandsFromItsOwnTimeUntilTheNextOne)
-{
-    const FrameSpan span{400'000, 400'000, 440'000};
-    EXPECT_TRUE(span.covers(400'000));
-    EXPECT_TRUE(span.covers(439'999));
-    EXPECT_FALSE(span.covers(440'000));
-    EXPECT_FALSE(span.covers(399'999));
-}
-
 TEST(Nv12CacheRules, CapacityFollowsReadAheadAndByteBudget)
 {
     EXPECT_EQ(nv12CacheCapacity(0, 40'000, 0), 16);

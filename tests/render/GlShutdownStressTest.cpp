@@ -18,9 +18,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
+#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -28,42 +27,12 @@ namespace {
 
 constexpr int kCallers = 4;
 
-// Counts each caller's rounds and lets the main thread wait for a number of them, no sleeping.
-class Rounds
-{
-public:
-    void add()
-    {
-        {
-            std::lock_guard lock(m_mutex);
-            ++m_total;
-        }
-        m_changed.notify_all();
-    }
-    void waitFor(int total)
-    {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_total >= total; });
-    }
-    int total()
-    {
-        std::lock_guard lock(m_mutex);
-        return m_total;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_total = 0;
-};
-
 struct CallerTally
 {
     int glRunsWhileAlive = 0;
     int framesWhileAlive = 0;
     int glRunsAfter = 0; // jobs that ran in rounds begun after the application went
     int framesAfter = 0;
-    int roundsAfter = 0;
 };
 
 // One round: a GL job that uses the pool and a program, a video frame, a block of audio.
@@ -84,7 +53,6 @@ void callerRound(const QString &video, int caller, int round, bool applicationGo
     if (applicationGone) {
         tally.glRunsAfter += ran ? 1 : 0;
         tally.framesAfter += frame ? 1 : 0;
-        ++tally.roundsAfter;
     } else {
         tally.glRunsWhileAlive += ran ? 1 : 0;
         tally.framesWhileAlive += frame ? 1 : 0;
@@ -125,21 +93,29 @@ TEST(ShutdownStress, CallersKeepGoingWhileTheApplicationGoesAway)
 
     std::atomic_bool gone{false};
     std::atomic_bool stop{false};
-    Rounds rounds;
+    // Each finished round releases one, counted apart by whether it began before or after the
+    // application went; the main thread waits for rounds without sleeping.
+    std::counting_semaphore<> roundsBefore{0};
+    std::counting_semaphore<> roundsAfter{0};
+    const auto waitForRounds = [](std::counting_semaphore<> &rounds, int count) {
+        for (int i = 0; i < count; ++i)
+            rounds.acquire();
+    };
     std::vector<CallerTally> tallies(kCallers);
     std::vector<std::thread> callers;
     for (int i = 0; i < kCallers; ++i) {
         callers.emplace_back([&, i] {
             for (int round = 0; !stop.load(); ++round) {
-                callerRound(video, i, round, gone.load(), tallies[size_t(i)]);
-                rounds.add();
+                const bool after = gone.load();
+                callerRound(video, i, round, after, tallies[size_t(i)]);
+                (after ? roundsAfter : roundsBefore).release();
             }
         });
     }
-    rounds.waitFor(3 * kCallers);
+    waitForRounds(roundsBefore, 3 * kCallers);
     application.reset(); // the post routines shut both down while the callers are mid-call
     gone = true;
-    rounds.waitFor(rounds.total() + 3 * kCallers);
+    waitForRounds(roundsAfter, 3 * kCallers);
     stop = true;
     for (std::thread &caller : callers)
         caller.join();

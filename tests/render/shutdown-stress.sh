@@ -3,9 +3,12 @@
 # per process), and counts failures and sanitizer reports. Run it inside xvfb-run from a build
 # directory made with the sanitizers:
 #   xvfb-run -a -s "-screen 0 1280x1024x24 -noreset" tests/render/shutdown-stress.sh build-tsan/bin 200
-# For a ThreadSanitizer build, set TSAN_OPTIONS="suppressions=$PWD/tests/render/tsan.supp".
+# A ThreadSanitizer build runs with the suppressions beside this script; the test makes its media
+# with the ffmpeg tool, which forks from a threaded process, hence die_after_fork=0.
 # Logs of runs that failed or reported are kept in $LOG_DIR (default /tmp/shutdown-stress).
 bin=$1/test_render_shutdown_stress
+here=$(cd "$(dirname "$0")" && pwd)
+export TSAN_OPTIONS="${TSAN_OPTIONS:-suppressions=$here/tsan.supp die_after_fork=0}"
 count=${2:-200}
 logs=${LOG_DIR:-/tmp/shutdown-stress}
 mkdir -p "$logs"
