@@ -15,10 +15,10 @@ namespace orvel {
 
 QImage cutStripCell(const QImage &strip, int frame, int count)
 {
-    if (count < 1 || frame < 0 || strip.width() < count)
+    if (count < 1 || strip.width() < count)
         return strip;
     const int cellWidth = strip.width() / count;
-    const int x = std::min(frame, count - 1) * cellWidth;
+    const int x = std::clamp(frame, 0, count - 1) * cellWidth;
     return strip.copy(x, 0, cellWidth, strip.height());
 }
 
@@ -49,14 +49,13 @@ QImage OrvelImageProvider::requestImage(const QString &id, QSize *size, const QS
 {
     const qsizetype queryStart = id.indexOf(QLatin1Char('?'));
     const QString encodedPath = queryStart < 0 ? id : id.left(queryStart);
-    int frame = -1;
+    bool hasFrame = false;
+    int frame = 0;
     int count = 0;
     if (queryStart >= 0) {
         const QUrlQuery query(id.mid(queryStart + 1));
+        frame = query.queryItemValue(QStringLiteral("frame")).toInt(&hasFrame);
         bool ok = false;
-        const int parsedFrame = query.queryItemValue(QStringLiteral("frame")).toInt(&ok);
-        if (ok)
-            frame = parsedFrame;
         const int parsedCount = query.queryItemValue(QStringLiteral("count")).toInt(&ok);
         if (ok)
             count = parsedCount;
@@ -75,7 +74,10 @@ QImage OrvelImageProvider::requestImage(const QString &id, QSize *size, const QS
     if (image.isNull())
         return reportSize(image, size);
 
-    image = orvel::cutStripCell(image, frame, count);
+    // A strip is cut only when the URL names a cell; a bad frame number is clamped, never
+    // answered with the whole strip.
+    if (hasFrame)
+        image = orvel::cutStripCell(image, frame, count);
     image = orvel::scaleToRequested(image, requestedSize, Qt::KeepAspectRatioByExpanding);
     if (image.hasAlphaChannel())
         image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);

@@ -4,9 +4,9 @@
 
 namespace orvel {
 
-// Cuts one cell out of a horizontal sprite strip of `count` equal cells. A frame past the end
-// gives the last cell; an image narrower than `count` pixels, or no frame/count, is returned
-// whole.
+// Cuts one cell out of a horizontal sprite strip of `count` equal cells. The frame is clamped
+// into the strip: below 0 gives the first cell, past the end the last. An image narrower than
+// `count` pixels, or no count, is returned whole.
 QImage cutStripCell(const QImage &strip, int frame, int count);
 
 // Scales to a requested size when both sides are positive; otherwise returns the image as is.

@@ -1,5 +1,7 @@
 #include "media/AssetLibrary.h"
 
+#include "media/ClipReaderPool.h"
+
 #include "media/AssetBuild.h"
 #include "media/MediaProbe.h"
 #include "media/Thumbnails.h"
@@ -31,6 +33,13 @@ void AssetLibrary::setProject(orvel::Project *project)
     beginResetModel();
     m_project = project;
     endResetModel();
+    if (!m_project)
+        return;
+    // Decoders of files the new document does not use are closed now rather than when idle.
+    QSet<QString> paths;
+    for (const orvel::Asset &asset : std::as_const(m_project->assets))
+        paths.insert(asset.path);
+    orvel::ClipReaderPool::instance().retainOnly(paths);
 }
 
 int AssetLibrary::count() const

@@ -1,3 +1,5 @@
+// Audio as interleaved stereo float at the caller's rate, for the source time asked for. Where
+// the file has no audio yet (a stream that starts after the video) the answer is silence.
 #include "media/ClipReader.h"
 
 #include "media/DecodeRules.h"
@@ -14,10 +16,7 @@ extern "C" {
 namespace orvel {
 
 namespace {
-TimeUs audioFramesToUs(qint64 frames, int sampleRate)
-{
-    return TimeUs(frames * 1'000'000 / sampleRate);
-}
+constexpr int kAudioSeekAttempts = 3;
 } // namespace
 
 int ClipReader::decodeAudio(TimeUs sourceStartUs, int sampleCount, int sampleRate,
@@ -31,27 +30,35 @@ int ClipReader::decodeAudio(TimeUs sourceStartUs, int sampleCount, int sampleRat
         return 0;
     const int previousRate = outputSampleRate;
     outputSampleRate = sampleRate;
-    bool alignPending = false;
-    if (!canContinueAudio(audioPositioned, previousRate, sampleRate, audioNextUs, sourceStartUs)) {
-        ++counters.audioSeeks;
-        const AVRational timeBase = formatContext->streams[audioStream]->time_base;
-        const int64_t target = av_rescale_q(sourceStartUs, AV_TIME_BASE_Q, timeBase);
-        if (av_seek_frame(formatContext, audioStream, target, AVSEEK_FLAG_BACKWARD) < 0)
-            return 0;
-        avcodec_flush_buffers(audioCodec);
-        swr_free(&swr);
-        audioFifo.clear();
-        audioPositioned = true;
-        alignPending = true;
+    const size_t wanted = size_t(sampleCount) * 2;
+    switch (audioStepFor(audioPositioned, previousRate, sampleRate, audioNextUs, sourceStartUs)) {
+    case AudioStep::continueOn:
+        fillAudioFifo(wanted, sourceStartUs, false, false, 0);
+        break;
+    case AudioStep::decodeThrough: {
+        const qint64 drop = audioUsToFrames(sourceStartUs - audioNextUs, sampleRate);
+        const qint64 fromFifo = std::min<qint64>(drop, qint64(audioFifo.size() / 2));
+        audioFifo.erase(audioFifo.begin(), audioFifo.begin() + fromFifo * 2);
+        audioFramesSinceBase += drop;
+        fillAudioFifo(wanted, sourceStartUs, false, false, drop - fromFifo);
+        break;
     }
-    if (!ensureResampler())
-        return 0;
-    fillAudioFifo(sampleCount, sourceStartUs, alignPending);
+    case AudioStep::seek:
+        for (int attempt = 0; attempt < kAudioSeekAttempts; ++attempt) {
+            ++counters.audioSeeks;
+            if (!seekAudio(sourceStartUs, attempt) || !ensureResampler())
+                return 0;
+            if (fillAudioFifo(wanted, sourceStartUs, true, attempt + 1 < kAudioSeekAttempts, 0))
+                break;
+        }
+        break;
+    }
 
     const int frames = std::min<int>(sampleCount, int(audioFifo.size() / 2));
     std::memcpy(interleavedStereoOut, audioFifo.data(), sizeof(float) * size_t(frames) * 2);
     audioFifo.erase(audioFifo.begin(), audioFifo.begin() + qsizetype(frames) * 2);
-    audioNextUs += audioFramesToUs(frames, sampleRate);
+    audioFramesSinceBase += frames;
+    audioNextUs = audioBaseUs + audioFramesToUs(audioFramesSinceBase, sampleRate);
     return frames;
 }
 
@@ -76,6 +83,45 @@ bool ClipReader::openAudioDecoder()
     return true;
 }
 
+// The first try goes to the time itself, the second two seconds before it (for demuxers that
+// search timestamps and may stop late), the last to the start of the stream.
+bool ClipReader::seekAudio(TimeUs sourceStartUs, int attempt)
+{
+    const AVStream *stream = formatContext->streams[audioStream];
+    bool sought = false;
+    if (attempt < kAudioSeekAttempts - 1) {
+        const TimeUs targetUs =
+            (attempt == 0 ? sourceStartUs : sourceStartUs - kDecodeThroughUs) + startOffsetUs;
+        const int64_t target = av_rescale_q(targetUs, AV_TIME_BASE_Q, stream->time_base);
+        sought = av_seek_frame(formatContext, audioStream, target, AVSEEK_FLAG_BACKWARD) >= 0;
+    }
+    if (!sought) // also where the request lies before the stream's first packet
+        sought = seekToFileStart(formatContext, audioStream);
+    if (!sought)
+        return false;
+    avcodec_flush_buffers(audioCodec);
+    swr_free(&swr);
+    audioFifo.clear();
+    audioPositioned = true;
+    setAudioPosition(sourceStartUs);
+    return true;
+}
+
+void ClipReader::setAudioPosition(TimeUs sourceUs)
+{
+    audioBaseUs = sourceUs;
+    audioFramesSinceBase = 0;
+    audioNextUs = sourceUs;
+}
+
+TimeUs ClipReader::audioStreamStartUs() const
+{
+    const AVStream *stream = formatContext->streams[audioStream];
+    if (stream->start_time == AV_NOPTS_VALUE)
+        return 0;
+    return av_rescale_q(stream->start_time, stream->time_base, AV_TIME_BASE_Q) - startOffsetUs;
+}
+
 bool ClipReader::ensureResampler()
 {
     if (swr)
@@ -98,20 +144,14 @@ bool ClipReader::ensureResampler()
     return true;
 }
 
-void ClipReader::fillAudioFifo(int sampleCount, TimeUs sourceStartUs, bool alignPending)
+bool ClipReader::fillAudioFifo(size_t wantedFloats, TimeUs sourceStartUs, bool alignPending, bool mayRetry,
+                               qint64 dropFrames)
 {
     AVPacket *packet = av_packet_alloc();
     AVFrame *frame = av_frame_alloc();
-    if (!packet || !frame) {
-        av_packet_free(&packet);
-        av_frame_free(&frame);
-        return;
-    }
-    const AVRational timeBase = formatContext->streams[audioStream]->time_base;
-    const size_t wanted = size_t(sampleCount) * 2;
+    bool landed = true;
     bool draining = false;
-    qint64 dropFrames = 0;
-    while (audioFifo.size() < wanted) {
+    while (packet && frame && audioFifo.size() < wantedFloats) {
         const int received = avcodec_receive_frame(audioCodec, frame);
         if (received == AVERROR(EAGAIN)) {
             if (draining)
@@ -129,19 +169,39 @@ void ClipReader::fillAudioFifo(int sampleCount, TimeUs sourceStartUs, bool align
         if (received < 0)
             break;
         if (alignPending) {
-            // After a seek the first frame tells where the stream stands; the samples before
-            // the requested start are dropped so delivery begins at the exact sample.
             alignPending = false;
-            audioNextUs =
-                frame->pts == AV_NOPTS_VALUE ? 0 : av_rescale_q(frame->pts, timeBase, AV_TIME_BASE_Q);
-            if (sourceStartUs > audioNextUs)
-                dropFrames = (sourceStartUs - audioNextUs) * outputSampleRate / 1'000'000;
+            landed = alignAudio(frame, sourceStartUs, mayRetry, dropFrames);
+            if (!landed)
+                break;
         }
         appendResampled(frame, dropFrames);
         av_frame_unref(frame);
     }
     av_packet_free(&packet);
     av_frame_free(&frame);
+    return landed;
+}
+
+// After a seek the first frame tells where the stream stands. Samples before the requested
+// time are dropped; if the stream only begins after it, silence fills the gap, so delivery
+// starts at the exact sample either way.
+bool ClipReader::alignAudio(const AVFrame *frame, TimeUs sourceStartUs, bool mayRetry, qint64 &dropFrames)
+{
+    const AVRational timeBase = formatContext->streams[audioStream]->time_base;
+    const TimeUs frameUs = frame->pts == AV_NOPTS_VALUE
+                               ? sourceStartUs
+                               : av_rescale_q(frame->pts, timeBase, AV_TIME_BASE_Q) - startOffsetUs;
+    if (frameUs <= sourceStartUs) {
+        dropFrames = audioUsToFrames(sourceStartUs - frameUs, outputSampleRate);
+        return true;
+    }
+    // A stream that has audio at the time but showed a later frame: the seek stopped late.
+    const bool streamHasAudioThere = audioStreamStartUs() <= sourceStartUs + kAudioContinueToleranceUs;
+    if (mayRetry && streamHasAudioThere && frameUs - sourceStartUs > kAudioContinueToleranceUs)
+        return false;
+    audioFifo.insert(audioFifo.end(), size_t(audioUsToFrames(frameUs - sourceStartUs, outputSampleRate)) * 2,
+                     0.0f);
+    return true;
 }
 
 void ClipReader::appendResampled(const AVFrame *frame, qint64 &dropFrames)
@@ -157,7 +217,6 @@ void ClipReader::appendResampled(const AVFrame *frame, qint64 &dropFrames)
         return;
     const int dropped = int(std::min<qint64>(dropFrames, produced));
     dropFrames -= dropped;
-    audioNextUs += audioFramesToUs(dropped, outputSampleRate);
     audioFifo.insert(audioFifo.end(), converted.begin() + qsizetype(dropped) * 2,
                      converted.begin() + qsizetype(produced) * 2);
 }

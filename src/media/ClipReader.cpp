@@ -39,6 +39,9 @@ bool ClipReader::open(const QString &filePath)
         else if (type == AVMEDIA_TYPE_AUDIO && audioStream < 0)
             audioStream = int(i);
     }
+    if (formatContext->start_time != AV_NOPTS_VALUE)
+        startOffsetUs = formatContext->start_time;
+    demuxerUntouched = true;
     if (videoStream >= 0) {
         const AVRational rate = formatContext->streams[videoStream]->avg_frame_rate;
         if (rate.num > 0 && rate.den > 0)
@@ -60,7 +63,8 @@ void ClipReader::close()
     outputSampleRate = 48000;
     hwDisabled = false;
     scaleFailed = false;
-    lastDecodedUs = 0;
+    startOffsetUs = 0;
+    demuxerUntouched = false;
     targetWidth = 0;
     targetHeight = 0;
     frameDurationUs = 0;
@@ -75,6 +79,8 @@ void ClipReader::closeAudio()
     avcodec_free_context(&audioCodec);
     audioPositioned = false;
     audioNextUs = 0;
+    audioBaseUs = 0;
+    audioFramesSinceBase = 0;
     audioFifo.clear();
 }
 
@@ -90,9 +96,23 @@ void ClipReader::dropVideoDecoder()
     av_buffer_unref(&hwDevice);
     hwActive = false;
     hwPixelFormat = -1;
-    decoderPositioned = false;
+    resetVideoPosition();
     rgbaCache.clear();
     nv12Cache.clear();
+}
+
+void ClipReader::resetVideoPosition()
+{
+    av_frame_free(&shownFrame);
+    av_frame_free(&pendingFrame);
+    shownSpan = {};
+    pendingUs = 0;
+    lastDecodedUs = 0;
+    readFloorUs = 0;
+    decoderPositioned = false;
+    fromStreamStart = false;
+    videoDraining = false;
+    streamEnded = false;
 }
 
 void ClipReader::freeScaleGraph()
@@ -106,14 +126,9 @@ void ClipReader::freeScaleGraph()
     scaleHeight = 0;
 }
 
-TimeUs ClipReader::toleranceUs() const
-{
-    return frameToleranceUs(frameDurationUs);
-}
-
 int ClipReader::nv12Capacity() const
 {
-    return nv12CacheCapacity(readAheadUs, frameDurationUs, nv12Cache.frontBytes());
+    return nv12CacheCapacity(readAheadUs, frameDurationUs, nv12Cache.frontBytes(), totalFrameCacheBytes());
 }
 
 void ClipReader::applyOutputSize(int maxWidth, int maxHeight)

@@ -20,6 +20,9 @@ struct SwsContext;
 
 namespace orvel {
 
+// Puts the demuxer at the first packet of the file; false when it cannot.
+bool seekToFileStart(AVFormatContext *formatContext, int streamIndex);
+
 // What a reader has done, for tests and diagnostics. Nothing in the decoder reads these.
 struct ClipReaderCounters
 {
@@ -68,8 +71,25 @@ struct ClipReader
     int scaleHeight = 0;
     bool scaleFailed = false;
 
+    // Every time here is source time: the container's start time is taken off each timestamp,
+    // so 0 is the first presentable moment of the file whatever the demuxer counts from.
+    TimeUs startOffsetUs = 0;
+
+    // Where the video decoder stands. Frames come out in display order; the shown frame is the
+    // last one given out, the pending frame the one after it, already decoded but not yet due.
+    // Holding both lets a request anywhere from the shown frame on be answered without a seek,
+    // and a request for a tie get the earlier frame without losing the later one.
     bool decoderPositioned = false;
     TimeUs lastDecodedUs = 0;
+    AVFrame *shownFrame = nullptr;
+    FrameSpan shownSpan;
+    AVFrame *pendingFrame = nullptr;
+    TimeUs pendingUs = 0;
+    TimeUs readFloorUs = 0;        // the earliest time the position still answers without a seek
+    bool fromStreamStart = false;  // the next frame out is the stream's first
+    bool videoDraining = false;    // the end of file has been sent to the decoder
+    bool streamEnded = false;      // the shown frame is the stream's last
+    bool demuxerUntouched = false; // nothing read or sought since the file was opened
     int targetWidth = 0;
     int targetHeight = 0;
     TimeUs frameDurationUs = 0; // 0 when the stream's average frame rate is unknown
@@ -80,7 +100,10 @@ struct ClipReader
     bool inPrefetch = false;
 
     bool audioPositioned = false;
-    TimeUs audioNextUs = 0;
+    TimeUs audioNextUs = 0; // source time of the next sample to deliver
+    // audioNextUs is counted in output frames from a base, so long reads never drift.
+    TimeUs audioBaseUs = 0;
+    qint64 audioFramesSinceBase = 0;
     std::vector<float> audioFifo; // resampled interleaved stereo not yet delivered
 
     // Device path handed to av_hwdevice_ctx_create; empty picks the default device.
@@ -104,7 +127,6 @@ struct ClipReader
     // Interleaved stereo float at outputSampleRate; returns the frames written.
     int decodeAudio(TimeUs sourceStartUs, int sampleCount, int outputSampleRate, float *interleavedStereoOut);
 
-    TimeUs toleranceUs() const;
     int nv12Capacity() const;
 
     // Internals shared by the decoder files.
@@ -120,24 +142,29 @@ struct ClipReader
         bool ok = false;
         bool hardwareFailed = false;
     };
-    struct FrameSearch
+    enum class Advance
     {
-        AVFrame *best = nullptr; // owned by the search
-        TimeUs bestUs = 0;
-        TimeUs bestDistanceUs = 0;
-        bool hardwareFailed = false;
+        shown,      // shownFrame is the frame displayed at the time
+        landedLate, // the seek put the decoder past the time; it must seek earlier
+        failed,
+        hardwareFailed
     };
     Picture decodePicture(TimeUs sourceUs, int maxWidth, int maxHeight, Output output);
     Picture decodeWithRetry(TimeUs sourceUs, int maxWidth, int maxHeight, Output output);
+    Picture cachedPicture(TimeUs sourceUs, Output output);
     bool openVideoDecoder();
     bool openSoftwareVideoDecoder();
     bool openHardwareVideoDecoder();
     void dropVideoDecoder();
+    void resetVideoPosition();
     void freeScaleGraph();
     void applyOutputSize(int maxWidth, int maxHeight);
-    bool positionDecoder(TimeUs sourceUs);
-    void readNearestFrame(TimeUs sourceUs, FrameSearch &search);
-    bool drainFrames(AVFrame *scratch, TimeUs sourceUs, FrameSearch &search);
+    bool canReadOn(TimeUs sourceUs) const;
+    Advance showFrameAt(TimeUs sourceUs);
+    bool seekVideo(TimeUs sourceUs, int attempt);
+    Advance advanceTo(TimeUs sourceUs);
+    int pullFrame();
+    TimeUs frameTimeUs(const AVFrame *frame) const;
     Picture convertPicture(AVFrame *frame, Output output);
     QImage convertToRgba(const AVFrame *frame);
     Nv12Frame convertToNv12(const AVFrame *frame);
@@ -145,8 +172,15 @@ struct ClipReader
     bool scaleOnDevice(AVFrame *frame, int width, int height);
     bool buildScaleGraph(const AVFrame *frame, int width, int height);
     bool openAudioDecoder();
+    bool seekAudio(TimeUs sourceStartUs, int attempt);
     bool ensureResampler();
-    void fillAudioFifo(int sampleCount, TimeUs sourceStartUs, bool alignPending);
+    void setAudioPosition(TimeUs sourceUs);
+    // Alignment, when pending, happens at the first frame after a seek; it reports false when
+    // the seek landed after the time asked for while the stream has audio there.
+    bool fillAudioFifo(size_t wantedFloats, TimeUs sourceStartUs, bool alignPending, bool mayRetry,
+                       qint64 dropFrames);
+    bool alignAudio(const AVFrame *frame, TimeUs sourceStartUs, bool mayRetry, qint64 &dropFrames);
+    TimeUs audioStreamStartUs() const;
     void appendResampled(const AVFrame *frame, qint64 &dropFrames);
     void closeAudio();
 };

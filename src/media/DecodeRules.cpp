@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace orvel {
 
@@ -27,35 +26,37 @@ QSize decodeOutputSize(int streamWidth, int streamHeight, int maxWidth, int maxH
     return QSize(streamWidth, streamHeight);
 }
 
-TimeUs frameToleranceUs(TimeUs frameDurationUs)
+AudioStep audioStepFor(bool audioPositioned, int previousRate, int requestedRate, TimeUs nextUs,
+                       TimeUs startUs)
 {
-    if (frameDurationUs == 0)
-        return 20'000;
-    return std::max<TimeUs>(frameDurationUs / 2, 1);
+    if (!audioPositioned || previousRate != requestedRate)
+        return AudioStep::seek;
+    const TimeUs ahead = startUs - nextUs;
+    if (ahead >= -kAudioContinueToleranceUs && ahead <= kAudioContinueToleranceUs)
+        return AudioStep::continueOn;
+    if (ahead > 0 && ahead <= kDecodeThroughUs)
+        return AudioStep::decodeThrough;
+    return AudioStep::seek;
 }
 
-bool canDecodeThrough(bool decoderPositioned, TimeUs lastDecodedUs, TimeUs sourceUs, TimeUs toleranceUs)
+TimeUs audioFramesToUs(qint64 frames, int sampleRate)
 {
-    return decoderPositioned && sourceUs >= lastDecodedUs - toleranceUs &&
-           sourceUs - lastDecodedUs <= kDecodeThroughUs;
+    if (sampleRate < 1)
+        return 0;
+    return TimeUs(frames / sampleRate * 1'000'000 + frames % sampleRate * 1'000'000 / sampleRate);
 }
 
-int nearestWithinTolerance(const QList<TimeUs> &timesUs, TimeUs sourceUs, TimeUs toleranceUs)
+qint64 audioUsToFrames(TimeUs timeUs, int sampleRate)
 {
-    int best = -1;
-    TimeUs bestDistance = std::numeric_limits<TimeUs>::max();
-    for (int i = 0; i < timesUs.size(); ++i) {
-        const TimeUs distance = timesUs[i] > sourceUs ? timesUs[i] - sourceUs : sourceUs - timesUs[i];
-        if (distance <= toleranceUs && distance < bestDistance) {
-            best = i;
-            bestDistance = distance;
-        }
-    }
-    return best;
+    if (sampleRate < 1)
+        return 0;
+    return timeUs / 1'000'000 * sampleRate + timeUs % 1'000'000 * sampleRate / 1'000'000;
 }
 
-int nv12CacheCapacity(TimeUs readAheadUs, TimeUs frameDurationUs, qint64 frontBytes)
+int nv12CacheCapacity(TimeUs readAheadUs, TimeUs frameDurationUs, qint64 frontBytes, qint64 totalCacheBytes)
 {
+    if (totalCacheBytes > kFrameCacheBudgetBytes)
+        return kFramesUnderPressure;
     int capacity = 16;
     if (readAheadUs >= 1 && frameDurationUs >= 1)
         capacity = 16 + int(std::clamp<TimeUs>(readAheadUs / frameDurationUs, 0, 300));
@@ -77,13 +78,6 @@ int nv12EvictionIndex(const QList<TimeUs> &timesUs, TimeUs anchorUs)
         }
     }
     return worst;
-}
-
-bool canContinueAudio(bool audioPositioned, int previousRate, int requestedRate, TimeUs audioNextUs,
-                      TimeUs sourceStartUs)
-{
-    return audioPositioned && previousRate == requestedRate && sourceStartUs >= audioNextUs - 50'000 &&
-           sourceStartUs <= audioNextUs + 2'000'000;
 }
 
 int softwareDecoderThreads(int idealThreadCount)

@@ -43,7 +43,7 @@ int streamRotationDegrees(const AVStream *stream)
     return rotationFromDisplayAngle(av_display_rotation_get(reinterpret_cast<const int32_t *>(matrix)));
 }
 
-MediaStreamInfo describeStream(const AVStream *stream, TimeUs containerUs)
+MediaStreamInfo describeStream(const AVStream *stream, TimeUs containerUs, TimeUs containerStartUs)
 {
     const AVCodecParameters *par = stream->codecpar;
     MediaStreamInfo info;
@@ -54,6 +54,9 @@ MediaStreamInfo describeStream(const AVStream *stream, TimeUs containerUs)
     info.durationUs = stream->duration != AV_NOPTS_VALUE && stream->duration > 0
                           ? av_rescale_q(stream->duration, stream->time_base, AVRational{1, 1000000})
                           : containerUs;
+    if (stream->start_time != AV_NOPTS_VALUE)
+        info.startUs =
+            av_rescale_q(stream->start_time, stream->time_base, AVRational{1, 1000000}) - containerStartUs;
     if (info.kind == MediaStreamKind::video) {
         info.width = par->width;
         info.height = par->height;
@@ -97,8 +100,9 @@ MediaProbeResult probeMedia(const QString &path)
         return result;
     }
     result.durationUs = format->duration == AV_NOPTS_VALUE ? 0 : TimeUs(format->duration);
+    result.containerStartUs = format->start_time == AV_NOPTS_VALUE ? 0 : TimeUs(format->start_time);
     for (unsigned i = 0; i < format->nb_streams; ++i)
-        result.streams.append(describeStream(format->streams[i], result.durationUs));
+        result.streams.append(describeStream(format->streams[i], result.durationUs, result.containerStartUs));
     result.ok = true;
     avformat_close_input(&format);
     return result;

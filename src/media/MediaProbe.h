@@ -22,6 +22,7 @@ struct MediaStreamInfo
     MediaStreamKind kind = MediaStreamKind::other;
     QString codecLongName;
     TimeUs durationUs = 0; // the stream's own, else the container's
+    TimeUs startUs = 0;    // where the stream begins in source time (late audio starts after 0)
     int width = 0;
     int height = 0;
     double fps = 0.0;
@@ -38,6 +39,9 @@ struct MediaProbeResult
     QString error;
     QString path;
     TimeUs durationUs = 0; // 0 when the container states none
+    // The container's own first timestamp. Source time 0 is this moment: files cut from a
+    // broadcast or a camcorder count from wherever the recording began.
+    TimeUs containerStartUs = 0;
     QList<MediaStreamInfo> streams;
 };
 

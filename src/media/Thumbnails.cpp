@@ -2,12 +2,14 @@
 
 #include "media/VideoFrameGrabber.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
 #include <QImageReader>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <QTransform>
 
 #include <algorithm>
 #include <cmath>
@@ -44,9 +46,30 @@ QString makeImagePoster(const QString &sourcePath, const QString &target)
     return saveThumbnailJpeg(image, target) ? target : QString();
 }
 
-QSize posterSizeOf(const VideoFrameGrabber &grabber)
+bool isQuarterTurn(int rotationDegrees)
 {
-    return videoPosterSize(grabber.codedWidth(), grabber.codedHeight(), grabber.sarNum(), grabber.sarDen());
+    return rotationDegrees == 90 || rotationDegrees == 270;
+}
+
+// The next frame as the viewer sees it: a phone clip stored landscape with a quarter-turn
+// rotation gives a portrait poster.
+QImage nextUprightPoster(VideoFrameGrabber &grabber)
+{
+    const int rotation = grabber.rotationDegrees();
+    QSize size;
+    if (isQuarterTurn(rotation)) {
+        // Fitted upright, then decoded at the stored orientation and turned.
+        size =
+            videoPosterSize(grabber.codedHeight(), grabber.codedWidth(), grabber.sarDen(), grabber.sarNum())
+                .transposed();
+    } else {
+        size =
+            videoPosterSize(grabber.codedWidth(), grabber.codedHeight(), grabber.sarNum(), grabber.sarDen());
+    }
+    const QImage frame = grabber.nextFrame(size);
+    if (frame.isNull() || rotation == 0)
+        return frame;
+    return frame.transformed(QTransform().rotate(rotation));
 }
 
 QString makeVideoPoster(const QString &sourcePath, const QString &target)
@@ -54,8 +77,7 @@ QString makeVideoPoster(const QString &sourcePath, const QString &target)
     VideoFrameGrabber grabber;
     if (!grabber.open(sourcePath))
         return {};
-    const QImage frame = grabber.nextFrame(posterSizeOf(grabber));
-    return saveThumbnailJpeg(frame, target) ? target : QString();
+    return saveThumbnailJpeg(nextUprightPoster(grabber), target) ? target : QString();
 }
 
 void copyStripCell(QImage &strip, const QImage &cell, int cellIndex)
@@ -98,9 +120,12 @@ QString thumbnailCacheDir()
 
 QString thumbnailBaseName(const QString &sourcePath)
 {
-    const QString absolute = QFileInfo(sourcePath).absoluteFilePath();
-    return QString::number(qHash(absolute, 0)) + QStringLiteral("_v") +
-           QString::number(kThumbnailFormatVersion);
+    // The size and modification time are part of the key, so a file replaced under the same
+    // name gets new pictures instead of its predecessor's.
+    const QFileInfo info(sourcePath);
+    const QString key = info.absoluteFilePath() + QLatin1Char('|') + QString::number(info.size()) +
+                        QLatin1Char('|') + QString::number(info.lastModified().toMSecsSinceEpoch());
+    return QString::number(qHash(key, 0)) + QStringLiteral("_v") + QString::number(kThumbnailFormatVersion);
 }
 
 QString posterPath(const QString &sourcePath)
@@ -174,8 +199,7 @@ QString posterAt(const QString &sourcePath, double seconds)
     if (!grabber.open(sourcePath))
         return {};
     grabber.seekUs(timeMs * 1000);
-    const QImage frame = grabber.nextFrame(posterSizeOf(grabber));
-    return saveThumbnailJpeg(frame, target) ? target : QString();
+    return saveThumbnailJpeg(nextUprightPoster(grabber), target) ? target : QString();
 }
 
 } // namespace orvel

@@ -6,7 +6,8 @@
 namespace orvel {
 
 // The editor's small pictures live as JPEG files in one cache folder, named after a hash of the
-// source's absolute path. Bumping the format version makes every old name unreachable.
+// source's absolute path, size and modification time. Bumping the format version makes every old
+// name unreachable.
 inline constexpr int kThumbnailFormatVersion = 2;
 inline constexpr int kPosterBoxPx = 320;
 inline constexpr int kStripCellCount = 8;
@@ -19,7 +20,8 @@ inline constexpr qint64 kCachedFileMinBytes = 128;
 // CacheLocation + "/thumbnails", created on first use and then fixed for the process.
 QString thumbnailCacheDir();
 
-// Decimal qHash (seed 0) of the absolute path, then "_v" and the format version.
+// Decimal qHash (seed 0) of the absolute path, size and modification time, then "_v" and the
+// format version.
 QString thumbnailBaseName(const QString &sourcePath);
 QString posterPath(const QString &sourcePath);
 QString stripPath(const QString &sourcePath);
@@ -35,7 +37,8 @@ bool isCachedFilePresent(const QString &filePath);
 QSize videoPosterSize(int codedWidth, int codedHeight, int sarNum, int sarDen);
 
 // The poster, made if needed; empty on failure. kind "image" reads the picture; anything else
-// decodes the first frame of the first video stream (which covers audio files with cover art).
+// decodes the first frame of the first video stream (which covers audio files with cover art),
+// turned upright by the stream's display rotation.
 QString ensureThumbnail(const QString &sourcePath, const QString &kind);
 
 // 960x68 strip of eight frames for "video"; for other kinds the poster. A cell whose frame can't

@@ -90,6 +90,8 @@ bool ClipReader::openHardwareVideoDecoder()
         context->hw_device_ctx = av_buffer_ref(hwDevice);
         context->opaque = this;
         context->get_format = pickHardwarePixelFormat;
+        // The reader holds the shown and the pending frame on the device between requests.
+        context->extra_hw_frames = 2;
         opened = context->hw_device_ctx && avcodec_open2(context, codec, nullptr) >= 0;
     }
     if (!opened) {

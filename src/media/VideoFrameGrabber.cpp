@@ -1,8 +1,11 @@
 #include "media/VideoFrameGrabber.h"
 
+#include "media/MediaProbe.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/display.h>
 #include <libswscale/swscale.h>
 }
 
@@ -68,6 +71,17 @@ int VideoFrameGrabber::sarNum() const
 int VideoFrameGrabber::sarDen() const
 {
     return m_streamIndex >= 0 ? m_format->streams[m_streamIndex]->codecpar->sample_aspect_ratio.den : 0;
+}
+
+int VideoFrameGrabber::rotationDegrees() const
+{
+    if (m_streamIndex < 0)
+        return 0;
+    const uint8_t *matrix =
+        av_stream_get_side_data(m_format->streams[m_streamIndex], AV_PKT_DATA_DISPLAYMATRIX, nullptr);
+    if (!matrix)
+        return 0;
+    return rotationFromDisplayAngle(av_display_rotation_get(reinterpret_cast<const int32_t *>(matrix)));
 }
 
 bool VideoFrameGrabber::seekUs(TimeUs timeUs)

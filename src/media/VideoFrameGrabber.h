@@ -32,6 +32,8 @@ public:
     int codedHeight() const;
     int sarNum() const;
     int sarDen() const;
+    // Clockwise turn the stream asks for on display, 0..359.
+    int rotationDegrees() const;
 
     // Seeks to the key frame at or before the time and drops what the decoder held.
     bool seekUs(TimeUs timeUs);

@@ -3,6 +3,7 @@
 #include "render/GlShaders.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QMetaObject>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
@@ -10,6 +11,8 @@
 #include <QOpenGLShaderProgram>
 #include <QSurfaceFormat>
 #include <QThread>
+
+#include <chrono>
 
 namespace {
 
@@ -26,6 +29,8 @@ constexpr float kQuadVertices[16] = {
     -1.0f, 1.0f,  0.0f, 1.0f, //
     1.0f,  1.0f,  1.0f, 1.0f, //
 };
+
+constexpr std::chrono::seconds kSurfaceWait{10};
 
 QSurfaceFormat glRuntimeFormat()
 {
@@ -54,15 +59,53 @@ GlRuntime &GlRuntime::instance()
 
 bool GlRuntime::ensureStarted()
 {
-    // Held across the whole start so that concurrent first callers all see one result.
-    QMutexLocker lock(&m_startMutex);
-    if (m_startAttempted)
-        return m_available;
-    m_startAttempted = true;
+    // The application object is not touched once the state is settled: callers on other
+    // threads keep asking while it is being destroyed.
+    std::unique_lock lock(m_stateMutex);
+    for (;;) {
+        if (m_state == State::available)
+            return true;
+        if (m_state == State::unavailable || m_state == State::stopping)
+            return false;
+        if (m_state == State::notStarted)
+            break;
+        // Another thread is starting. If it waits for the surface and this is the GUI thread,
+        // make it here: the GUI thread may be blocked in this very call and never reach the
+        // event that would have made it.
+        if (QThread::currentThread() == m_guiThread && m_surfaceWanted && !m_surfaceClaimed) {
+            lock.unlock();
+            makeSurfaceOnGuiThread();
+            lock.lock();
+            continue;
+        }
+        m_stateChanged.wait(lock);
+    }
+    // Concurrent first callers wait above and all see this one start's result.
+    m_state = State::starting;
+    const QCoreApplication *application = QCoreApplication::instance();
+    m_guiThread = application ? application->thread() : nullptr;
+    lock.unlock();
+    const bool started = start();
+    lock.lock();
+    m_state = started ? State::available : State::unavailable;
+    m_stateChanged.notify_all();
+    return started;
+}
+
+bool GlRuntime::start()
+{
     if (!QCoreApplication::instance()) {
         qWarning("GlRuntime: no QCoreApplication; OpenGL unavailable");
         return false;
     }
+    // Surfaces and contexts need a GUI application; a plain core one (a command-line tool, a
+    // test) has no windowing system to ask.
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+        qWarning("GlRuntime: no QGuiApplication; OpenGL unavailable");
+        return false;
+    }
+    if (!makeSurface())
+        return false;
     m_glThread = new QThread;
     m_glThread->setObjectName(QStringLiteral("OrvelGL"));
     m_glThread->start(QThread::InheritPriority);
@@ -72,30 +115,82 @@ bool GlRuntime::ensureStarted()
     bool initialized = false;
     QMetaObject::invokeMethod(
         m_anchor, [this] { return initialize(); }, Qt::BlockingQueuedConnection, &initialized);
-    if (initialized) {
-        m_available = true;
+    if (initialized)
         return true;
+    stopThread();
+    m_surface->deleteLater(); // its thread, the GUI thread, deletes it
+    m_surface = nullptr;
+    return false;
+}
+
+// Qt requires offscreen surfaces to be created on the GUI thread; the GL thread only uses it.
+bool GlRuntime::makeSurface()
+{
+    if (QThread::currentThread() == m_guiThread) {
+        {
+            std::lock_guard lock(m_stateMutex);
+            m_surfaceWanted = true;
+        }
+        makeSurfaceOnGuiThread();
+    } else {
+        {
+            std::lock_guard lock(m_stateMutex);
+            m_surfaceWanted = true;
+        }
+        m_stateChanged.notify_all();
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [this] { makeSurfaceOnGuiThread(); }, Qt::QueuedConnection);
+        std::unique_lock lock(m_stateMutex);
+        // Bounded, so a GUI thread that is itself waiting for this one costs GL, not a hang.
+        if (!m_stateChanged.wait_for(lock, kSurfaceWait,
+                                     [this] { return m_surfaceReady || m_surfaceClaimed; })) {
+            m_surfaceWanted = false;
+            qWarning("GlRuntime: the GUI thread did not make the offscreen surface; OpenGL unavailable");
+            return false;
+        }
+        m_stateChanged.wait(lock, [this] { return m_surfaceReady; });
     }
+    if (!m_surface->isValid()) {
+        qWarning("GlRuntime: failed to create offscreen surface");
+        m_surface->deleteLater();
+        m_surface = nullptr;
+        return false;
+    }
+    return true;
+}
+
+void GlRuntime::makeSurfaceOnGuiThread()
+{
+    {
+        std::lock_guard lock(m_stateMutex);
+        if (!m_surfaceWanted || m_surfaceClaimed)
+            return;
+        m_surfaceClaimed = true;
+    }
+    auto *surface = new QOffscreenSurface;
+    surface->setFormat(glRuntimeFormat());
+    surface->create();
+    {
+        std::lock_guard lock(m_stateMutex);
+        m_surface = surface;
+        m_surfaceReady = true;
+    }
+    m_stateChanged.notify_all();
+}
+
+void GlRuntime::stopThread()
+{
     m_glThread->quit();
     m_glThread->wait();
     delete m_anchor;
     m_anchor = nullptr;
     delete m_glThread;
     m_glThread = nullptr;
-    return false;
 }
 
 bool GlRuntime::initialize()
 {
     const QSurfaceFormat format = glRuntimeFormat();
-    m_surface = new QOffscreenSurface;
-    m_surface->setFormat(format);
-    m_surface->create();
-    if (!m_surface->isValid()) {
-        qWarning("GlRuntime: failed to create offscreen surface");
-        destroyContextObjects();
-        return false;
-    }
     m_context = new QOpenGLContext;
     m_context->setFormat(format);
     if (QOpenGLContext *share = QOpenGLContext::globalShareContext())
@@ -133,13 +228,11 @@ bool GlRuntime::initialize()
     return true;
 }
 
-// Drops the context and surface after a failed start, on the GL thread that made them.
+// Drops the context after a failed start, on the GL thread that made it.
 void GlRuntime::destroyContextObjects()
 {
     delete m_context;
     m_context = nullptr;
-    delete m_surface;
-    m_surface = nullptr;
 }
 
 void GlRuntime::createQuad()
@@ -166,19 +259,26 @@ bool GlRuntime::run(const std::function<void()> &job)
         return false;
     QObject *anchor = nullptr;
     {
-        QMutexLocker lock(&m_startMutex);
-        if (!m_available || !m_anchor)
+        std::lock_guard lock(m_stateMutex);
+        if (m_state != State::available || !m_anchor)
             return false;
         if (QThread::currentThread() == m_glThread) {
             // The GL thread would wait for itself.
             qWarning("GlRuntime: run called from a job on the GL thread");
             return false;
         }
+        // Counted, so that shutdown keeps the anchor and the thread until this call is back.
+        ++m_runsInFlight;
         anchor = m_anchor;
     }
     bool ran = false;
     QMetaObject::invokeMethod(
         anchor, [this, &job] { return runOnGlThread(job); }, Qt::BlockingQueuedConnection, &ran);
+    {
+        std::lock_guard lock(m_stateMutex);
+        --m_runsInFlight;
+    }
+    m_stateChanged.notify_all();
     return ran;
 }
 
@@ -205,22 +305,42 @@ QOpenGLExtraFunctions *GlRuntime::extraFunctions() const
 
 void GlRuntime::shutdown()
 {
-    QMutexLocker lock(&m_startMutex);
-    if (!m_available || !m_anchor)
-        return;
+    {
+        std::unique_lock lock(m_stateMutex);
+        // A start under way finishes first (helped with its surface if it waits for this thread).
+        while (m_state == State::starting) {
+            if (QThread::currentThread() == m_guiThread && m_surfaceWanted && !m_surfaceClaimed) {
+                lock.unlock();
+                makeSurfaceOnGuiThread();
+                lock.lock();
+                continue;
+            }
+            m_stateChanged.wait(lock);
+        }
+        if (m_state != State::available) {
+            if (m_state == State::notStarted)
+                m_state = State::unavailable; // no start after the application is gone
+            return;
+        }
+        m_state = State::stopping;
+        m_stateChanged.notify_all();
+        m_stateChanged.wait(lock, [this] { return m_runsInFlight == 0; });
+    }
+    // No job can start now and none is under way; nothing here holds the mutex, so a job that
+    // was still asking ensureStarted() has had its answer.
     QMetaObject::invokeMethod(
         m_anchor, [this] { releaseAll(); }, Qt::BlockingQueuedConnection);
-    m_glThread->quit();
-    m_glThread->wait();
-    delete m_anchor;
-    m_anchor = nullptr;
-    delete m_glThread;
-    m_glThread = nullptr;
+    stopThread();
     delete m_context;
     m_context = nullptr;
-    delete m_surface;
+    if (QThread::currentThread() == m_surface->thread())
+        delete m_surface;
+    else
+        m_surface->deleteLater();
     m_surface = nullptr;
-    m_available = false;
+    std::lock_guard lock(m_stateMutex);
+    m_state = State::unavailable;
+    m_stateChanged.notify_all();
 }
 
 void GlRuntime::releaseAll()

@@ -13,10 +13,12 @@
 #include <QtGui/qopengl.h>
 
 #include <array>
+#include <condition_variable>
 #include <functional>
 #include <list>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 class QObject;
@@ -78,12 +80,16 @@ public:
     // Made on first use; registers shutdown() to run when the application object goes away.
     static GlRuntime &instance();
 
-    // Starts the GL thread and context once. A failed start is never retried. Any thread.
+    // Starts the GL thread and context once. A failed start is never retried. Any thread; the
+    // offscreen surface is made on the GUI thread, so a start from another thread needs the GUI
+    // thread's event loop running (or the GUI thread asking too). The application starts the
+    // runtime from the GUI thread early on.
     bool ensureStarted();
     // Runs `job` on the GL thread with the context current and blocks until it has finished, so
     // the job may use the caller's stack. False, with the job not run, when GL is unavailable.
     bool run(const std::function<void()> &job);
-    // Stops the thread after releasing every GL object; the runtime stays unavailable after it.
+    // Refuses new jobs, lets those under way finish, releases every GL object and stops the
+    // thread; the runtime stays unavailable after it. Runs on the GUI thread.
     void shutdown();
 
     QOpenGLExtraFunctions *extraFunctions() const;
@@ -133,6 +139,19 @@ private:
     GlRuntime(const GlRuntime &) = delete;
     GlRuntime &operator=(const GlRuntime &) = delete;
 
+    enum class State
+    {
+        notStarted,
+        starting,
+        available,
+        unavailable, // a start failed, or it stopped; for good either way
+        stopping
+    };
+
+    bool start();
+    bool makeSurface();
+    void makeSurfaceOnGuiThread();
+    void stopThread();
     bool initialize();
     void destroyContextObjects();
     void createQuad();
@@ -150,9 +169,16 @@ private:
     QOpenGLShaderProgram *m_copyProgram = nullptr;
     std::map<QString, ProgramEntry> m_programs;
     std::map<QString, GLuint> m_fileTextures;
-    QMutex m_startMutex;
-    bool m_startAttempted = false;
-    bool m_available = false;
+    // Guards the state, the surface hand-over and the count of jobs under way; never held across
+    // a blocking call, so a job that asks ensureStarted() cannot deadlock a shutdown.
+    std::mutex m_stateMutex;
+    std::condition_variable m_stateChanged;
+    State m_state = State::notStarted;
+    int m_runsInFlight = 0;
+    bool m_surfaceWanted = false;  // a starter off the GUI thread waits for the surface
+    bool m_surfaceClaimed = false; // the GUI thread has begun making it
+    bool m_surfaceReady = false;
+    QThread *m_guiThread = nullptr; // the application's thread, noted when the start begins
     QThread *m_glThread = nullptr;
     QObject *m_anchor = nullptr;
     std::multimap<quint64, orvel::GlFbo> m_fboPool;

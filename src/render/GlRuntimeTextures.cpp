@@ -18,9 +18,10 @@ void setLinearClampParameters(QOpenGLExtraFunctions *gl)
     gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
 }
 
-// One tightly packed plane as a new texture without mipmaps; 0 on failure.
+// One plane as a new texture without mipmaps; 0 on failure. rowPixels is the distance from one
+// row to the next in pixels, 0 for tightly packed rows.
 GLuint createPlaneTexture(QOpenGLExtraFunctions *gl, GLint internalFormat, GLenum format, int width,
-                          int height, const void *pixels)
+                          int height, const void *pixels, int rowPixels = 0)
 {
     GLuint texture = 0;
     gl->glGenTextures(1, &texture);
@@ -29,8 +30,9 @@ GLuint createPlaneTexture(QOpenGLExtraFunctions *gl, GLint internalFormat, GLenu
     gl->glBindTexture(GL_TEXTURE_2D, texture);
     setLinearClampParameters(gl);
     gl->glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    gl->glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+    gl->glPixelStorei(GL_UNPACK_ROW_LENGTH, rowPixels);
     gl->glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, width, height, 0, format, GL_UNSIGNED_BYTE, pixels);
+    gl->glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
     gl->glBindTexture(GL_TEXTURE_2D, 0);
     return texture;
 }
@@ -45,8 +47,16 @@ QImage toStraightRgba(const QImage &image)
 GLuint GlRuntime::createRgbaTexture(const QImage &rgba)
 {
     QOpenGLExtraFunctions *gl = m_context->extraFunctions();
-    // RGBA8888 rows are whole 32-bit words, so bytesPerLine is exactly 4 * width.
-    return createPlaneTexture(gl, GL_RGBA, GL_RGBA, rgba.width(), rgba.height(), rgba.constBits());
+    // An image made over someone else's buffer may have padding after each row; the upload
+    // follows its bytes per line. A stride that is not a whole number of pixels is repacked.
+    if (rgba.bytesPerLine() % 4 != 0) {
+        const QImage packed = rgba.copy();
+        if (packed.bytesPerLine() % 4 == 0)
+            return createRgbaTexture(packed);
+        return 0;
+    }
+    return createPlaneTexture(gl, GL_RGBA, GL_RGBA, rgba.width(), rgba.height(), rgba.constBits(),
+                              int(rgba.bytesPerLine() / 4));
 }
 
 GLuint GlRuntime::uploadTexture(const QImage &image, bool flipVertically)

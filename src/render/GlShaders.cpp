@@ -24,7 +24,8 @@ void main()
 )";
 
 // Y is neither offset by 16/255 nor rescaled, whatever the source's range: the decoder hands
-// over what it has and the picture is shown as stored. Chroma is filtered by the sampler.
+// over what it has and the picture is shown as stored. Chroma is filtered by the sampler. Its
+// zero is the byte 128, which reads back as 128/255, not 0.5: taking 0.5 off tints every grey.
 const char *const kNv12FragmentShader = R"(#version 330 core
 in vec2 v_texCoord;
 out vec4 fragColor;
@@ -33,7 +34,7 @@ uniform sampler2D u_uv;
 void main()
 {
     float y = texture(u_y, v_texCoord).r;
-    vec2 uv = texture(u_uv, v_texCoord).rg - vec2(0.5);
+    vec2 uv = texture(u_uv, v_texCoord).rg - vec2(128.0 / 255.0);
     float u = uv.x;
     float v = uv.y;
     float r = y + 1.5748 * v;

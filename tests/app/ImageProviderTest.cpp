@@ -44,13 +44,14 @@ TEST(StripCells, CutsTheRequestedCellAndClampsPastTheEnd)
     EXPECT_EQ(cellGrey(cutStripCell(strip, 8, 8)), 80);   // frame == count: last cell
     EXPECT_EQ(cellGrey(cutStripCell(strip, 500, 8)), 80); // far beyond: still the last
     EXPECT_EQ(cellGrey(cutStripCell(strip, 0, 8)), 10);
+    EXPECT_EQ(cellGrey(cutStripCell(strip, -1, 8)), 10); // before the start: the first
+    EXPECT_EQ(cellGrey(cutStripCell(strip, -500, 8)), 10);
 }
 
 TEST(StripCells, ReturnsWholeImageWhenNoCutApplies)
 {
     const QImage strip = makeStrip(20, 8, 8);
     EXPECT_EQ(cutStripCell(strip, 3, 0).size(), strip.size());   // frame without count
-    EXPECT_EQ(cutStripCell(strip, -1, 8).size(), strip.size());  // count without frame
     const QImage narrow = makeStrip(1, 4, 5);                    // 5 px wide
     EXPECT_EQ(cutStripCell(narrow, 1, 6).size(), narrow.size()); // narrower than count
     // Integer division: a 163 px strip of 8 cells gives 20 px cells.
@@ -73,9 +74,15 @@ TEST(OrvelImages, LoadsFilesCutsStripsAndScalesByExpanding)
     EXPECT_EQ(size, QSize(40, 20));
     EXPECT_EQ(cellGrey(cell), 20);
 
-    // frame without count: the whole image
+    // frame without count, or count without frame: the whole image
     EXPECT_EQ(provider.requestImage(encodedId(path, QStringLiteral("?frame=2")), &size, QSize()).size(),
               QSize(160, 20));
+    EXPECT_EQ(provider.requestImage(encodedId(path, QStringLiteral("?count=4")), &size, QSize()).size(),
+              QSize(160, 20));
+    // A negative frame is the first cell, not the whole strip.
+    EXPECT_EQ(
+        cellGrey(provider.requestImage(encodedId(path, QStringLiteral("?frame=-3&count=4")), &size, QSize())),
+        10);
 
     // Expanding keeps the aspect and covers the requested box.
     cell = provider.requestImage(encodedId(path, QStringLiteral("?frame=3&count=4")), &size, QSize(20, 20));

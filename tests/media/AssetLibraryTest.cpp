@@ -1,4 +1,5 @@
 #include "media/AssetLibrary.h"
+#include "media/ClipReaderPool.h"
 #include "media/Thumbnails.h"
 
 #include "TestMedia.h"
@@ -305,4 +306,21 @@ TEST_F(AssetLibraryTest, JobsThatOutliveTheirProjectOrLibraryChangeNothing)
     EXPECT_EQ(project.assetOrder.size(), 2);
     EXPECT_TRUE(project.asset(project.assetOrder.at(0))->durationText.isEmpty());
     EXPECT_TRUE(other.asset(other.assetOrder.at(0))->durationText.isEmpty());
+}
+
+TEST_F(AssetLibraryTest, OpeningAnotherDocumentClosesTheDecodersOfFilesItDoesNotUse)
+{
+    qputenv("ORVEL_NO_VAAPI", "1");
+    const QString kept = media("silent.mp4");
+    const QString dropped = media("av.mp4");
+    ClipReaderPool &pool = ClipReaderPool::instance();
+    ASSERT_TRUE(pool.decodeVideoNv12(kept, 0, 0, 0).isValid());
+    ASSERT_TRUE(pool.decodeVideoNv12(dropped, 0, 0, 0).isValid());
+
+    Project next;
+    next.insertAsset(recordOf("silent.mp4", AssetKind::video, kept));
+    library.setProject(&next);
+    EXPECT_NE(pool.videoWorker(kept), nullptr);
+    EXPECT_EQ(pool.videoWorker(dropped), nullptr);
+    qunsetenv("ORVEL_NO_VAAPI");
 }

@@ -6,6 +6,12 @@
 using namespace orvel;
 
 namespace {
+// A 40 ms frame at t.
+FrameSpan spanAt(TimeUs t)
+{
+    return FrameSpan{t, t, t + 40'000};
+}
+
 Nv12Frame grayFrame(int width, int height)
 {
     Nv12Frame frame;
@@ -32,28 +38,28 @@ TEST(DecodeRules, OutputSizeStepsInEighthsAndNeverUpscales)
     EXPECT_EQ(decodeOutputSize(0, 0, 320, 0), QSize(320, 1));
 }
 
-TEST(DecodeRules, ToleranceDecodeThroughAndAudioContinuationWindows)
+TEST(DecodeRules, AudioRequestsReadOnNearbyDecodeThroughForwardAndSeekOtherwise)
 {
-    EXPECT_EQ(frameToleranceUs(40'000), 20'000);
-    EXPECT_EQ(frameToleranceUs(0), 20'000);
-    EXPECT_EQ(frameToleranceUs(1), 1);
-
-    // Video decodes on from 20 ms behind to 2 s ahead of the last frame.
-    const TimeUs last = 1'000'000;
-    EXPECT_TRUE(canDecodeThrough(true, last, last + 2'000'000, 20'000));
-    EXPECT_FALSE(canDecodeThrough(true, last, last + 2'000'001, 20'000));
-    EXPECT_TRUE(canDecodeThrough(true, last, last - 20'000, 20'000));
-    EXPECT_FALSE(canDecodeThrough(true, last, last - 20'001, 20'000));
-    EXPECT_FALSE(canDecodeThrough(false, last, last + 1, 20'000));
-
-    // Audio continues from 50 ms behind to 2 s ahead, at the same rate only.
     const TimeUs next = 5'000'000;
-    EXPECT_TRUE(canContinueAudio(true, 48000, 48000, next, next - 50'000));
-    EXPECT_FALSE(canContinueAudio(true, 48000, 48000, next, next - 50'001));
-    EXPECT_TRUE(canContinueAudio(true, 48000, 48000, next, next + 2'000'000));
-    EXPECT_FALSE(canContinueAudio(true, 48000, 48000, next, next + 2'000'001));
-    EXPECT_FALSE(canContinueAudio(true, 48000, 44100, next, next));
-    EXPECT_FALSE(canContinueAudio(false, 48000, 48000, next, next));
+    const std::pair<TimeUs, AudioStep> cases[] = {{next, AudioStep::continueOn},
+                                                  {next - 1'000, AudioStep::continueOn},
+                                                  {next + 1'000, AudioStep::continueOn},
+                                                  {next - 1'001, AudioStep::seek},
+                                                  {next + 1'001, AudioStep::decodeThrough},
+                                                  {next + 2'000'000, AudioStep::decodeThrough},
+                                                  {next + 2'000'001, AudioStep::seek}};
+    for (const auto &[t, step] : cases)
+        EXPECT_EQ(audioStepFor(true, 48000, 48000, next, t), step) << t;
+    EXPECT_EQ(audioStepFor(true, 48000, 44100, next, next), AudioStep::seek);
+    EXPECT_EQ(audioStepFor(false, 48000, 48000, next, next), AudioStep::seek);
+
+    // Counting in frames keeps an hour of 1024-frame blocks exact, where adding each block's
+    // truncated microseconds would drift by 56 ms.
+    const qint64 hourFrames = 3600LL * 48000;
+    EXPECT_EQ(audioFramesToUs(hourFrames, 48000), 3'600'000'000LL);
+    EXPECT_EQ(audioFramesToUs(1024, 48000), 21'333);
+    EXPECT_EQ(audioUsToFrames(1'500'000, 44100), 66150);
+    EXPECT_EQ(audioUsToFrames(3'600'000'000LL, 48000), hourFrames);
 }
 
 TEST(DecodeRules, ThreadsAndHardwareChoice)
@@ -68,15 +74,6 @@ TEST(DecodeRules, ThreadsAndHardwareChoice)
     EXPECT_TRUE(isHeavyStream(1920, 1080, 1'000'000, 0.0));   // unknown frame rate
 }
 
-TEST(NearestCachedFrame, TakesNearestWithinToleranceFirstAmongEquals)
-{
-    const QList<TimeUs> times{400'000, 440'000, 360'000};
-    for (const auto &[t, index] :
-         {std::pair<TimeUs, int>{420'000, 0}, {430'000, 1}, {380'000, 0}, {500'000, -1}})
-        EXPECT_EQ(nearestWithinTolerance(times, t, 20'000), index) << t;
-    EXPECT_EQ(nearestWithinTolerance({}, 0, 20'000), -1);
-}
-
 TEST(Nv12CacheRules, CapacityFollowsReadAheadAndByteBudget)
 {
     EXPECT_EQ(nv12CacheCapacity(0, 40'000, 0), 16);
@@ -87,6 +84,9 @@ TEST(Nv12CacheRules, CapacityFollowsReadAheadAndByteBudget)
     EXPECT_EQ(nv12CacheCapacity(60'000'000, 40'000, 1920 * 1620), 43);
     // 4K is about 12 MB a frame: the budget allows 10, the floor keeps 16.
     EXPECT_EQ(nv12CacheCapacity(60'000'000, 40'000, 3840 * 3240), 16);
+    // All readers together over the process budget: a few frames each.
+    EXPECT_EQ(nv12CacheCapacity(60'000'000, 40'000, 1920 * 1620, kFrameCacheBudgetBytes + 1), 4);
+    EXPECT_EQ(nv12CacheCapacity(60'000'000, 40'000, 1920 * 1620, kFrameCacheBudgetBytes), 43);
 }
 
 TEST(Nv12CacheRules, EvictsPlayedFramesFarthestFirstThenFarthestAhead)
@@ -102,12 +102,17 @@ TEST(Nv12CacheRules, EvictsPlayedFramesFarthestFirstThenFarthestAhead)
 
     Nv12FrameCache cache;
     for (TimeUs t : {800'000, 1'000'000, 1'040'000, 1'080'000, 1'120'000})
-        cache.insert(t, grayFrame(4, 2));
+        cache.insert(spanAt(t), grayFrame(4, 2));
+    const qint64 heldBefore = totalFrameCacheBytes();
     cache.trim(3, anchor);
     ASSERT_EQ(cache.size(), 3);
-    EXPECT_EQ(cache.entries()[0].timeUs, 1'120'000);
-    EXPECT_EQ(cache.entries()[1].timeUs, 1'080'000);
-    EXPECT_EQ(cache.entries()[2].timeUs, 1'040'000);
+    EXPECT_EQ(cache.entries()[0].span.timeUs, 1'120'000);
+    EXPECT_EQ(cache.entries()[1].span.timeUs, 1'080'000);
+    EXPECT_EQ(cache.entries()[2].span.timeUs, 1'040'000);
+    // The process-wide count follows evictions and clearing.
+    EXPECT_EQ(totalFrameCacheBytes(), heldBefore - 2 * 12);
+    cache.clear();
+    EXPECT_EQ(totalFrameCacheBytes(), heldBefore - 5 * 12);
 }
 
 TEST(FrameCaches, RgbaKeepsSixteenMostRecentAndMovesHitsToFront)
@@ -115,19 +120,19 @@ TEST(FrameCaches, RgbaKeepsSixteenMostRecentAndMovesHitsToFront)
     RgbaFrameCache cache;
     QImage image(2, 2, QImage::Format_RGBA8888);
     for (int i = 0; i < 20; ++i)
-        cache.insert(i * 40'000, image);
+        cache.insert(spanAt(i * 40'000), image);
     ASSERT_EQ(cache.size(), RgbaFrameCache::kCapacity);
-    EXPECT_EQ(cache.entries().front().timeUs, 19 * 40'000);
-    EXPECT_EQ(cache.entries().back().timeUs, 4 * 40'000);
+    EXPECT_EQ(cache.entries().front().span.timeUs, 19 * 40'000);
+    EXPECT_EQ(cache.entries().back().span.timeUs, 4 * 40'000);
 
-    EXPECT_FALSE(cache.take(5 * 40'000 + 15'000, 20'000).isNull());
-    EXPECT_EQ(cache.entries().front().timeUs, 5 * 40'000);
-    EXPECT_TRUE(cache.take(3 * 40'000, 20'000).isNull());
+    EXPECT_FALSE(cache.take(5 * 40'000 + 39'999).isNull());
+    EXPECT_EQ(cache.entries().front().span.timeUs, 5 * 40'000);
+    EXPECT_TRUE(cache.take(3 * 40'000).isNull());
 
-    // A time already held is moved, not added twice.
-    cache.insert(10 * 40'000, image);
+    // A frame already held is moved, not added twice.
+    cache.insert(spanAt(10 * 40'000), image);
     EXPECT_EQ(cache.size(), RgbaFrameCache::kCapacity);
-    EXPECT_EQ(cache.entries().front().timeUs, 10 * 40'000);
+    EXPECT_EQ(cache.entries().front().span.timeUs, 10 * 40'000);
 }
 
 TEST(FrameCaches, Nv12FramesNeedAnEvenSizeAndEnoughBytesAndLookupSkipsInvalidOnes)
@@ -142,9 +147,9 @@ TEST(FrameCaches, Nv12FramesNeedAnEvenSizeAndEnoughBytesAndLookupSkipsInvalidOne
     EXPECT_FALSE(Nv12Frame{}.isValid());
 
     Nv12FrameCache cache;
-    cache.insert(0, shortData);
-    EXPECT_FALSE(cache.find(0, 20'000).isValid());
-    cache.insert(40'000, grayFrame(4, 2));
-    EXPECT_TRUE(cache.find(45'000, 20'000).isValid());
+    cache.insert(spanAt(0), shortData);
+    EXPECT_FALSE(cache.find(0).isValid());
+    cache.insert(spanAt(40'000), grayFrame(4, 2));
+    EXPECT_TRUE(cache.find(45'000).isValid());
     EXPECT_EQ(cache.frontBytes(), 12);
 }

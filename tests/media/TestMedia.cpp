@@ -9,6 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
 namespace testmedia {
 
 namespace {
@@ -50,11 +54,21 @@ QStringList recipe(const QString &name)
         return QStringList{"-i", path("av.mp4")} + words(name == "rotated.mp4"
                                                              ? "-c copy -metadata:s:v:0 rotate=270"
                                                              : "-c copy -metadata:s:v:0 rotate=90");
+    if (name == "rotated-pattern.mp4")
+        return QStringList{"-i", path("pattern-gop5.mp4")} + words("-c copy -metadata:s:v:0 rotate=270");
     if (name == "cover.mp3")
         return words(sine + "44100") + QStringList{"-i", path("small.png")} +
                words("-map 0:a -map 1:v -c:a libmp3lame -c:v png -disposition:v:0 attached_pic "
                      "-id3v2_version 3");
+    const QString chirp =
+        " -f lavfi -i aevalsrc=0.5*sin(2*PI*(100*t+400*t*t))|0.5*sin(2*PI*(100*t+400*t*t)):s=48000:d=";
+    const QString gop = " -g 50" + sharpH264;
     const QHash<QString, QString> lines = {
+        {"offset.ts", pattern(3) + chirp + "3" + gop + " -c:a mp2"},
+        {"hour.ts", pattern(3) + chirp + "3" + gop + " -c:a mp2 -output_ts_offset 3600"},
+        {"late-audio.mov", pattern(3) + "-itsoffset 1" + chirp + "3" + gop + " -c:a pcm_s16le"},
+        {"short-video.mov", pattern(1) + chirp + "4" + gop + " -c:a pcm_s16le"},
+        {"pattern-gop5.mp4", pattern(1) + h264},
         {"av.mp4", testsrc + "160x90" + sine + "44100 -ac 2 -c:a aac -shortest" + h264},
         {"anamorphic.mp4", testsrc + "160x90 -vf setsar=2" + h264},
         {"silent.mp4", testsrc + "64x64" + h264},
@@ -91,6 +105,24 @@ bool generate(const QString &name, const QString &target)
                  QStringList{"-hide_banner", "-loglevel", "error", "-y"} + arguments + QStringList{target});
     return ffmpeg.waitForFinished(60000) && ffmpeg.exitStatus() == QProcess::NormalExit &&
            ffmpeg.exitCode() == 0;
+}
+
+QByteArray runTool(const QString &program, const QStringList &arguments)
+{
+    QProcess tool;
+    tool.start(program, arguments);
+    if (!tool.waitForFinished(60000) || tool.exitStatus() != QProcess::NormalExit || tool.exitCode() != 0) {
+        ADD_FAILURE() << program.toStdString() << " failed: " << tool.readAllStandardError().toStdString();
+        return {};
+    }
+    return tool.readAllStandardOutput();
+}
+
+double probeContainerStartSeconds(const QString &file)
+{
+    const QByteArray out = runTool(
+        "ffprobe", {"-v", "error", "-show_entries", "format=start_time", "-of", "default=nw=1:nk=1", file});
+    return out.trimmed().toDouble();
 }
 
 int readBars(int width, int height, const auto &lumaAt)
@@ -142,6 +174,67 @@ QStringList copies(const QString &name, int count)
         paths << copy;
     }
     return paths;
+}
+
+QList<qint64> ffprobeFrameTimesUs(const QString &file)
+{
+    const double startSeconds = probeContainerStartSeconds(file);
+    const QByteArray out = runTool("ffprobe", {"-v", "error", "-select_streams", "v:0", "-show_entries",
+                                               "frame=best_effort_timestamp_time", "-of", "csv=p=0", file});
+    QList<qint64> times;
+    for (const QByteArray &line : out.split('\n')) {
+        bool ok = false;
+        // ffprobe ends the first row with an empty side-data field: "0.000000,".
+        const double seconds = line.split(',').first().trimmed().toDouble(&ok);
+        if (ok)
+            times.append(qRound64((seconds - startSeconds) * 1e6));
+    }
+    return times;
+}
+
+int frameShownAt(const QList<qint64> &frameTimesUs, qint64 sourceUs)
+{
+    int shown = 0;
+    for (int i = 0; i < frameTimesUs.size(); ++i) {
+        if (frameTimesUs[i] <= sourceUs)
+            shown = i;
+    }
+    return shown;
+}
+
+std::vector<float> ffmpegAudio(const QString &file)
+{
+    const QByteArray out = runTool("ffmpeg", {"-v", "error", "-i", file, "-map", "0:a:0", "-ac", "2", "-ar",
+                                              "48000", "-f", "f32le", "-"});
+    std::vector<float> samples(size_t(out.size()) / sizeof(float));
+    std::memcpy(samples.data(), out.constData(), samples.size() * sizeof(float));
+    return samples;
+}
+
+qint64 bestLag(const std::vector<float> &window, const std::vector<float> &reference, qint64 fromFrame,
+               qint64 toFrame)
+{
+    const qint64 length = qint64(window.size() / 2);
+    const qint64 referenceFrames = qint64(reference.size() / 2);
+    qint64 best = -1;
+    double bestScore = -2.0;
+    for (qint64 lag = std::max<qint64>(fromFrame, 0); lag < toFrame && lag + length <= referenceFrames;
+         ++lag) {
+        double dot = 0.0, windowEnergy = 0.0, referenceEnergy = 0.0;
+        for (qint64 i = 0; i < length; ++i) {
+            const double a = window[size_t(i) * 2];
+            const double b = reference[size_t(lag + i) * 2];
+            dot += a * b;
+            windowEnergy += a * a;
+            referenceEnergy += b * b;
+        }
+        const double score = dot / std::sqrt(windowEnergy * referenceEnergy + 1e-12);
+        if (score > bestScore) {
+            bestScore = score;
+            best = lag;
+        }
+    }
+    return best;
 }
 
 int patternIndex(const orvel::Nv12Frame &frame)

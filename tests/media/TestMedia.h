@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <vector>
+
 // Small media files made with the ffmpeg command-line tool on first request, in one temporary
 // folder per test process. The thumbnail cache is pointed into the same folder before main runs,
 // so a run never sees posters left over from another.
@@ -33,6 +35,13 @@ inline constexpr qint64 kFrameUs = 40'000; // 25 fps
 //   raw-nv12.nut   one second of the pattern as uncompressed NV12
 //   odd.mp4        one second of 161x97 H.264
 //   ramp.wav       6 s of 48 kHz float stereo whose every sample is its time in seconds / 10
+// Awkward real-world shapes, each with the pattern (2 s GOP, crf 18) and a rising chirp:
+//   offset.ts       3 s MPEG-TS as the muxer writes it, starting near 1.47 s; MP2 audio
+//   hour.ts         the same, shifted to start past 3601 s
+//   late-audio.mov  3 s of video; PCM audio that begins 1.000 s after the video
+//   short-video.mov 1 s of video in a 4 s file; 4 s of PCM audio
+//   pattern-gop5.mp4     one second of the pattern with a key frame every 5 frames
+//   rotated-pattern.mp4  the same, to be shown turned a quarter clockwise
 QString path(const QString &name);
 
 // Copies of one sample under distinct names, for imports that need many files.
@@ -40,6 +49,21 @@ QStringList copies(const QString &name, int count);
 
 QString dir();
 QString missingFile();
+
+// What ffmpeg itself makes of a file, as the reference the decoders are compared with.
+// The first video stream's frame times in source time (the container's start time taken off),
+// in display order, by ffprobe.
+QList<qint64> ffprobeFrameTimesUs(const QString &file);
+// The index of the frame on screen at sourceUs by those times: the last one at or before it,
+// the first one before the first.
+int frameShownAt(const QList<qint64> &frameTimesUs, qint64 sourceUs);
+// The first audio stream decoded by the ffmpeg tool as interleaved stereo float at 48 kHz. It
+// starts at the stream's first sample, wherever that lies in source time.
+std::vector<float> ffmpegAudio(const QString &file);
+// The position in `reference` (in stereo frames) where `window` fits best, by normalised
+// cross-correlation of the left channel over [fromFrame, toFrame).
+qint64 bestLag(const std::vector<float> &window, const std::vector<float> &reference, qint64 fromFrame,
+               qint64 toFrame);
 
 // The frame number encoded in a picture; -1 if the bars cannot be read.
 int patternIndex(const orvel::Nv12Frame &frame);

@@ -1,5 +1,6 @@
 #include "media/Thumbnails.h"
 #include "media/AssetBuild.h"
+#include "media/MediaProbe.h"
 
 #include "TestMedia.h"
 
@@ -9,6 +10,7 @@
 #include <QImage>
 #include <QImageWriter>
 #include <QStandardPaths>
+#include <QTransform>
 
 #include <gtest/gtest.h>
 
@@ -28,7 +30,7 @@ TEST(VideoPosterSize, FitsTheSarCorrectedSizeIntoTheBoxWithoutEnlarging)
     EXPECT_EQ(videoPosterSize(1920, 0, 1, 1), QSize(320, 180));
 }
 
-TEST(Thumbnails, NamesHashTheAbsolutePathAndCarryTheFormatVersion)
+TEST(Thumbnails, NamesFollowThePathAndTheFileItselfAndCarryTheFormatVersion)
 {
     const QString expectedDir =
         QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + "/thumbnails";
@@ -36,7 +38,8 @@ TEST(Thumbnails, NamesHashTheAbsolutePathAndCarryTheFormatVersion)
     EXPECT_TRUE(QFileInfo(expectedDir).isDir());
 
     const QString source = "/media/clip.mp4";
-    const QString base = expectedDir + "/" + QString::number(qHash(source, 0)) + "_v2";
+    const QString base = expectedDir + "/" + thumbnailBaseName(source);
+    EXPECT_TRUE(base.endsWith("_v2"));
     EXPECT_EQ(posterPath(source), base + ".jpg");
     EXPECT_EQ(stripPath(source), base + "_strip.jpg");
     EXPECT_EQ(posterAtPath(source, 1500), base + "_1500.jpg");
@@ -44,6 +47,34 @@ TEST(Thumbnails, NamesHashTheAbsolutePathAndCarryTheFormatVersion)
     EXPECT_NE(thumbnailBaseName("/media/clip2.mp4"), thumbnailBaseName(source));
     // A relative path is named after its absolute form.
     EXPECT_EQ(posterPath("clip.mp4"), posterPath(QFileInfo("clip.mp4").absoluteFilePath()));
+}
+
+TEST(Thumbnails, AFileReplacedUnderTheSameNameGetsANewPoster)
+{
+    const QString file = QDir(testmedia::dir()).filePath("replaced.mp4");
+    ASSERT_TRUE(QFile::copy(testmedia::path("av.mp4"), file));
+    const QString first = ensureThumbnail(file, "video");
+    ASSERT_FALSE(first.isEmpty());
+    EXPECT_EQ(QImage(first).size(), QSize(160, 90));
+
+    ASSERT_TRUE(QFile::remove(file));
+    ASSERT_TRUE(QFile::copy(testmedia::path("silent.mp4"), file));
+    const QString second = ensureThumbnail(file, "video");
+    EXPECT_NE(second, first);
+    EXPECT_EQ(QImage(second).size(), QSize(64, 64));
+}
+
+TEST(Thumbnails, PostersOfRotatedVideoStandUpright)
+{
+    // The pattern's bars run left to right; turned a quarter clockwise they run top to bottom,
+    // bit 0 at the top. Turning the poster back must give the frame number again.
+    const QString file = testmedia::path("rotated-pattern.mp4");
+    ASSERT_EQ(probeMedia(file).streams.value(0).rotationDegrees, 90);
+    const QImage poster(posterAt(file, 0.2));
+    ASSERT_EQ(poster.size(), QSize(testmedia::kPatternHeight, testmedia::kPatternWidth));
+    EXPECT_EQ(testmedia::patternIndex(poster.transformed(QTransform().rotate(-90))), 5);
+    EXPECT_EQ(QImage(ensureThumbnail(file, "video")).size(),
+              QSize(testmedia::kPatternHeight, testmedia::kPatternWidth));
 }
 
 TEST(Thumbnails, FilesOfAtMost128BytesCountAsMissingAndAreRemade)

@@ -52,14 +52,46 @@ TEST_F(GlRuntimeTest, Nv12ConvertsWithTheBt709MatrixWithoutRangeExpansion)
                                           8, 6);
         ASSERT_EQ(image.size(), QSize(8, 6));
         // Worked out here, independently of the shader.
-        const double y = y8 / 255.0, u = u8 / 255.0 - 0.5, v = v8 / 255.0 - 0.5;
+        const double y = y8 / 255.0, u = (u8 - 128) / 255.0, v = (v8 - 128) / 255.0;
         const double want[3] = {y + 1.5748 * v, y - 0.1873 * u - 0.4681 * v, y + 1.8556 * u};
         const Rgba got = storedRgba(image, 3, 2);
         for (int c = 0; c < 3; ++c)
             EXPECT_NEAR(got[size_t(c)], std::lround(std::clamp(want[c], 0.0, 1.0) * 255.0), 1)
                 << "channel " << c << " of YUV " << y8 << "," << u8 << "," << v8;
         EXPECT_EQ(got[3], 255);
+        // Neutral chroma is exactly neutral: a grey stays the same grey in all three channels.
+        if (u8 == 128 && v8 == 128) {
+            EXPECT_EQ(got, (Rgba{y8, y8, y8, 255}));
+        }
     }
+}
+
+TEST_F(GlRuntimeTest, ImagesWithPaddedRowsUploadByTheirBytesPerLine)
+{
+    // Five pixels a row with 12 bytes of padding after each, as a decoder's buffer may be.
+    const int width = 5, height = 3, stride = width * 4 + 12;
+    std::vector<uchar> buffer(size_t(stride * height), 0xEE);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            uchar *pixel = buffer.data() + y * stride + x * 4;
+            pixel[0] = uchar(40 * x);
+            pixel[1] = uchar(100 * y);
+            pixel[2] = 7;
+            pixel[3] = 255;
+        }
+    const QImage padded(buffer.data(), width, height, stride, QImage::Format_RGBA8888);
+    QImage image;
+    onGl([&] {
+        const GLuint texture = gl().uploadTexture(padded, false);
+        orvel::GlFbo fbo = gl().acquireFbo(width, height);
+        ASSERT_TRUE(gl().copyTextureToFbo(texture, fbo));
+        image = readBack(fbo);
+        gl().releaseFbo(fbo);
+        gl().extraFunctions()->glDeleteTextures(1, &texture);
+    });
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            EXPECT_EQ(storedRgba(image, x, y), (Rgba{40 * x, 100 * y, 7, 255})) << x << "," << y;
 }
 
 TEST_F(GlRuntimeTest, Nv12KeepsRowZeroAtRowZeroAndRefusesOddSizesAndShortBuffers)

@@ -14,6 +14,11 @@ int main(int argc, char **argv)
     // CTest lists the cases before running them; that needs no application or display.
     if (GTEST_FLAG_GET(list_tests))
         return RUN_ALL_TESTS();
+#ifdef ORVEL_TEST_CORE_APP
+    // A command-line tool's application: no windowing system at all.
+    QCoreApplication coreApp(argc, argv);
+    return RUN_ALL_TESTS();
+#else
 #ifdef ORVEL_TEST_WITHOUT_GL
     qunsetenv("DISPLAY");
     qunsetenv("WAYLAND_DISPLAY");
@@ -27,4 +32,5 @@ int main(int argc, char **argv)
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QGuiApplication app(argc, argv);
     return RUN_ALL_TESTS();
+#endif
 }
