@@ -3,7 +3,7 @@
 // Pieces shared by the project file's reader, writer and unpacker. Not part of the interface.
 #include "output/ProjectContainer.h"
 
-#include <QFile>
+#include <QIODevice>
 
 namespace orvel::container_detail {
 
@@ -50,9 +50,9 @@ struct ParsedManifest
     qint64 blobAreaStart = 0;
 };
 
-// Reads and validates header and manifest from an open file positioned anywhere; every check of
-// readProjectManifest, the length check included.
-bool readManifest(QFile &file, ParsedManifest &parsed, QString *error);
+// Reads and validates header and manifest from an open file (or any random-access device)
+// positioned anywhere; every check of readProjectManifest, the length check included.
+bool readManifest(QIODevice &file, ParsedManifest &parsed, QString *error);
 
 // Decompresses one zstd frame to exactly expectedBytes; false for any other outcome.
 bool decompressExactly(const QByteArray &frame, quint64 expectedBytes, QByteArray &out);

@@ -2,6 +2,7 @@
 #include "output/ProjectContainerDetail.h"
 
 #include <QCryptographicHash>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -171,7 +172,7 @@ bool readMedia(const QJsonArray &array, const QList<ProjectBlob> &blobs, Project
     return true;
 }
 
-bool readHeaderAndManifestBytes(QFile &file, QByteArray &manifest, qint64 &blobAreaStart, QString *error)
+bool readHeaderAndManifestBytes(QIODevice &file, QByteArray &manifest, qint64 &blobAreaStart, QString *error)
 {
     if (!file.seek(0)) {
         fail(error, QStringLiteral("file is too short to be a Orvel project"));
@@ -220,7 +221,7 @@ bool readHeaderAndManifestBytes(QFile &file, QByteArray &manifest, qint64 &blobA
 
 } // namespace
 
-bool readManifest(QFile &file, ParsedManifest &parsed, QString *error)
+bool readManifest(QIODevice &file, ParsedManifest &parsed, QString *error)
 {
     QByteArray manifest;
     if (!readHeaderAndManifestBytes(file, manifest, parsed.blobAreaStart, error))

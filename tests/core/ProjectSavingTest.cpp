@@ -130,20 +130,4 @@ TEST(ProjectSaveGather, PathsFollowUnpackedMediaAndStickers)
     EXPECT_EQ(project.asset("star")->path, packs.filePath("second/shapes/star.png"));
 }
 
-TEST(ProjectSaveGather, MessagesAndRecentList)
-{
-    EXPECT_EQ(
-        missingEffectsMessage({"glow"}),
-        "This project uses \"glow\", which isn’t installed — it won’t show. Open Extras to install it.");
-    EXPECT_EQ(
-        missingEffectsMessage({"a", "b", "c", "d"}),
-        "This project uses 4 effects or transitions that aren’t installed (a, b, c, …) — they won’t show. "
-        "Open Extras to install them.");
-    EXPECT_TRUE(missingEffectsMessage({}).isEmpty());
-    QStringList recent;
-    for (int i = 0; i < 12; ++i)
-        recent = updatedRecentProjects(recent, QString::number(i % 11));
-    EXPECT_EQ(recent, QStringList({"0", "10", "9", "8", "7", "6", "5", "4", "3", "2"}));
-}
-
 } // namespace
