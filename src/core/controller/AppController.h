@@ -629,7 +629,7 @@ private:
     {
         std::shared_ptr<std::atomic_bool> packageCancel = std::make_shared<std::atomic_bool>(false);
         QFuture<void> package;
-        QFuture<void> unpack;
+        QList<QFuture<void>> unpacks; // an open may start while an earlier unpack still runs
         ~BackgroundJobs();
     };
     orvel::ProjectSaveData gatherSaveData(bool embedAll) const;

@@ -17,7 +17,8 @@ AppController::BackgroundJobs::~BackgroundJobs()
 {
     packageCancel->store(true);
     package.waitForFinished();
-    unpack.waitForFinished();
+    for (QFuture<void> &unpack : unpacks)
+        unpack.waitForFinished();
 }
 
 orvel::ProjectSaveData AppController::gatherSaveData(bool embedAll) const

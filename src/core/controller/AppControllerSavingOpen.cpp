@@ -30,7 +30,8 @@ void AppController::loadProject(const QUrl &url)
     }
     setLastMessage(tr("Unpacking project media"));
     const orvel::ProjectManifestInfo manifest = *info;
-    m_jobs.unpack = QtConcurrent::run([this, generation, path, destination, manifest] {
+    m_jobs.unpacks.removeIf([](const QFuture<void> &job) { return job.isFinished(); });
+    m_jobs.unpacks.append(QtConcurrent::run([this, generation, path, destination, manifest] {
         QString unpackError;
         QHash<QString, QString> extracted;
         const bool ok = orvel::unpackProjectMedia(path, destination, {}, &extracted, &unpackError);
@@ -40,7 +41,7 @@ void AppController::loadProject(const QUrl &url)
                 finishUnpack(generation, path, manifest, ok, unpackError, extracted);
             },
             Qt::QueuedConnection);
-    });
+    }));
 }
 
 void AppController::finishUnpack(quint32 generation, const QString &path,
