@@ -20,4 +20,29 @@ QString stillFramesDirectory()
     return QDir(appDataDirectory()).filePath(QStringLiteral("stills"));
 }
 
+QString autosaveWhileOfferedFilePath()
+{
+    return QDir(appDataDirectory()).filePath(QStringLiteral("recovery/autosave-session.json"));
+}
+
+QString projectsDirectory()
+{
+    return QDir(appDataDirectory()).filePath(QStringLiteral("projects"));
+}
+
+QString projectMediaDirectory(const QString &projectId)
+{
+    return QDir(projectsDirectory()).filePath(projectId + QStringLiteral("/media"));
+}
+
+QString emojiDirectory()
+{
+    return QDir(appDataDirectory()).filePath(QStringLiteral("emoji"));
+}
+
+QString denoisedDirectory()
+{
+    return QDir(appDataDirectory()).filePath(QStringLiteral("denoised"));
+}
+
 } // namespace orvel

@@ -5,6 +5,9 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 
+#include <filesystem>
+#include <system_error>
+
 namespace orvel {
 
 QVariantMap RecoveryInfo::toMap() const
@@ -27,9 +30,11 @@ bool writeAutosaveSnapshot(const QString &snapshotPath, QJsonObject document, co
         return false;
     temporary.write(QJsonDocument(document).toJson(QJsonDocument::Indented));
     temporary.close();
-    if (QFile::exists(snapshotPath))
-        QFile::remove(snapshotPath);
-    return QFile::rename(temporaryPath, snapshotPath);
+    // One rename that replaces the old snapshot: a process killed at any moment leaves either
+    // the old snapshot or the new one at the path, never neither.
+    std::error_code failure;
+    std::filesystem::rename(temporaryPath.toStdString(), snapshotPath.toStdString(), failure);
+    return !failure;
 }
 
 bool readRecoveryInfo(const QString &snapshotPath, RecoveryInfo &info)

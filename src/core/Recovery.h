@@ -17,8 +17,8 @@ struct RecoveryInfo
     QVariantMap toMap() const;
 };
 
-// Writes the document JSON with a "__recovery" object to path + ".tmp", then replaces the
-// snapshot with it. Returns false (writing nothing else) when the temporary cannot be opened.
+// Writes the document JSON with a "__recovery" object to path + ".tmp", then renames it over the
+// snapshot in one step. Returns false (writing nothing else) when the temporary cannot be opened.
 bool writeAutosaveSnapshot(const QString &snapshotPath, QJsonObject document, const RecoveryInfo &info);
 
 // Reads the "__recovery" object of an existing snapshot. The document part is not validated;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/ProjectSaving.h"
 #include "core/Recovery.h"
 #include "core/SpeedCurveSession.h"
 #include "core/bridge/BridgeMaps.h"
@@ -8,20 +9,26 @@
 #include "core/document/ClipEditing.h"
 #include "core/document/Project.h"
 
+#include <QFuture>
+#include <QHash>
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QRectF>
+#include <QSet>
 #include <QSize>
 #include <QString>
 #include <QStringList>
 #include <QTimer>
 #include <QUndoStack>
+#include <QUrl>
 #include <QVariantList>
 #include <QVariantMap>
 
+#include <atomic>
 #include <functional>
+#include <memory>
 
 #include "media/AssetLibrary.h"
 
@@ -572,6 +579,104 @@ private:
     bool m_projectLayoutChosen = false;
     int m_trimCursorSide = 0;
     int m_trimCursorHeightPx = 0;
+
+    // Saving, opening, shareable copies, recent projects and recovery (AppControllerSaving.cpp,
+    // AppControllerSavingOpen.cpp, AppControllerAutosave.cpp)
+public:
+    Q_PROPERTY(QString currentProjectPath READ currentProjectPath NOTIFY currentProjectPathChanged)
+    Q_PROPERTY(QVariantList recentProjects READ recentProjects NOTIFY recentProjectsChanged)
+    Q_PROPERTY(bool packaging READ packaging NOTIFY packagingChanged)
+    Q_PROPERTY(double packageProgress READ packageProgress NOTIFY packageProgressChanged)
+
+    QString currentProjectPath() const { return m_currentProjectPath; }
+    QVariantList recentProjects() const;
+    bool packaging() const { return m_packaging; }
+    double packageProgress() const { return m_packageProgress; }
+    // Which installed addons a project uses, and whether an addon id is installed (without the
+    // latter every addon a project names is reported missing).
+    void setAddonLookup(orvel::ProjectAddonLookup lookup) { m_addonLookup = std::move(lookup); }
+    void setInstalledAddonCheck(std::function<bool(const QString &)> installed)
+    {
+        m_addonInstalled = std::move(installed);
+    }
+    // Sticker pack folders, searched for built-in stickers that a project names by resource path.
+    void setStickerPackDirectories(const QStringList &directories) { m_stickerPackDirectories = directories; }
+    // The current file of an emoji; empty when the emoji addon has none.
+    void setEmojiFileResolver(std::function<QString(const QString &)> resolver)
+    {
+        m_emojiFileResolver = std::move(resolver);
+    }
+    // Whether the effect and transition catalogs know an id; without one nothing is reported.
+    void setEffectCatalogLookup(std::function<bool(const QString &)> known)
+    {
+        m_effectKnown = std::move(known);
+    }
+
+public slots:
+    void saveProject(const QUrl &url);
+    void packageProject(const QUrl &url);
+    void cancelPackage();
+    void loadProject(const QUrl &url);
+    void openRecentProject(const QString &path);
+    void clearRecentProjects();
+    void newProject();
+    void restoreAutosave();
+    void discardAutosave();
+    void discardUnsavedChanges();
+    // Writes the snapshot when there is unsaved work; the autosave timer and quit call it.
+    void writeAutosave();
+
+signals:
+    void currentProjectPathChanged();
+    void recentProjectsChanged();
+    void packagingChanged();
+    void packageProgressChanged();
+    void packageFinished(bool ok, const QString &message);
+    void missingAddons(const QVariantList &addons);
+
+private:
+    // A shareable copy and an unpack run on the pool with copies of what they read; whatever
+    // still runs when the controller goes is cancelled (a copy) or finished (an unpack) first.
+    struct BackgroundJobs
+    {
+        std::shared_ptr<std::atomic_bool> packageCancel = std::make_shared<std::atomic_bool>(false);
+        QFuture<void> package;
+        QList<QFuture<void>> unpacks; // an open may start while an earlier unpack still runs
+        ~BackgroundJobs();
+    };
+    orvel::ProjectSaveData gatherSaveData(bool embedAll) const;
+    void finishSuccessfulSave(const QString &path, const orvel::ProjectSaveData &data,
+                              const QString &message);
+    void finishPackage(const QString &path, const orvel::ProjectSaveData &data, bool ok,
+                       const QString &error);
+    void finishUnpack(quint32 generation, const QString &path, const orvel::ProjectManifestInfo &info,
+                      bool ok, const QString &error, const QHash<QString, QString> &extracted);
+    void applyLoadedManifest(const QString &path, const orvel::ProjectManifestInfo &info,
+                             const QHash<QString, QString> &extracted);
+    bool applyProjectText(const QByteArray &text, QString *error);
+    void adoptLoadedProject(orvel::Project loaded, const QJsonObject &root);
+    void refreshEmojiPaths(orvel::Project &project) const;
+    void setCurrentProjectPath(const QString &path);
+    void rememberRecentProject(const QString &path);
+    void setPackaging(bool packaging);
+    void setPackageProgress(double progress);
+    void setRecoveryOffer(bool available, const orvel::RecoveryInfo &info);
+    QString activeAutosavePath() const;
+    void deleteAutosaveSnapshot();
+    void tidyUnpackedMedia();
+    void reportMissingAddons(const QList<orvel::ProjectAddonRef> &addons);
+
+    QSet<QString> m_embeddedPaths;
+    QHash<QString, QString> m_pendingExtractedPaths;
+    quint32 m_loadGeneration = 0;
+    bool m_packaging = false;
+    double m_packageProgress = 0.0;
+    orvel::ProjectAddonLookup m_addonLookup;
+    std::function<bool(const QString &)> m_addonInstalled;
+    QStringList m_stickerPackDirectories;
+    std::function<QString(const QString &)> m_emojiFileResolver;
+    std::function<bool(const QString &)> m_effectKnown;
+    BackgroundJobs m_jobs; // last: waited for before anything above goes
 };
 
 // The QML singleton type: the same object as AppController under the name QML code uses.

@@ -53,6 +53,14 @@ bool AppController::loadProjectJson(const QByteArray &utf8)
         setLastMessage(error);
         return false;
     }
+    adoptLoadedProject(std::move(loaded), root);
+    return true;
+}
+
+// Replaces the live project and resets everything that belonged to the old one; the playhead,
+// snapping and ripple come from the document's root object.
+void AppController::adoptLoadedProject(orvel::Project loaded, const QJsonObject &root)
+{
     m_project = std::move(loaded);
     showProjectInAssetLibrary();
 
@@ -80,5 +88,4 @@ bool AppController::loadProjectJson(const QByteArray &utf8)
     m_undoStack.clear();
     setDirty(false);
     emitDocumentSignals();
-    return true;
 }
