@@ -8,6 +8,7 @@
 #include <QVector2D>
 #include <QVector3D>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 

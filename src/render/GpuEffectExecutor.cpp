@@ -7,6 +7,7 @@
 #include <QOpenGLExtraFunctions>
 #include <QOpenGLShaderProgram>
 
+#include <algorithm>
 #include <cmath>
 
 namespace orvel {

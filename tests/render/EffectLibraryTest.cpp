@@ -63,6 +63,8 @@ int unit(double v)
     return int(std::lround(std::clamp(v, 0.0, 1.0) * 255.0));
 }
 
+} // namespace
+
 class EffectLibraryTest : public GlRuntimeTest
 {
 protected:
@@ -75,8 +77,6 @@ protected:
     }
     QStringList loadWarnings;
 };
-
-} // namespace
 
 TEST_F(EffectLibraryTest, EveryPackageLoadsCompilesAndRendersWithoutGlErrors)
 {

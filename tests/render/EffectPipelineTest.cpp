@@ -36,13 +36,13 @@ QImage runSteps(const QImage &image, const QList<GpuEffectExecutor::ChainStep> &
     return GpuEffectExecutor::instance().applyChain(image, steps, timeUs);
 }
 
+} // namespace
+
 class EffectPipelineTest : public GlRuntimeTest
 {
 protected:
     QTemporaryDir dir;
 };
-
-} // namespace
 
 TEST_F(EffectPipelineTest, OnePassFilterWithParametersAndFrameIndex)
 {

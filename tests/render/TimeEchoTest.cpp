@@ -12,6 +12,8 @@ namespace {
 using namespace orvel;
 using namespace orvel::test;
 
+} // namespace
+
 class TimeEchoTest : public GlRuntimeTest
 {
 protected:
@@ -44,6 +46,8 @@ protected:
 
     static inline QTemporaryDir s_dir;
 };
+
+namespace {
 
 // Newest first: a half-transparent newest frame over two older opaque ones.
 QList<QImage> threeFrames()
