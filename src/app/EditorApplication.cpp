@@ -9,6 +9,7 @@
 #include "media/AssetLibrary.h"
 #include "ml/DenoiseScratch.h"
 #include "playback/PreviewItem.h"
+#include "render/CatalogEffectHooks.h"
 
 #include <QApplication>
 #include <QGuiApplication>
@@ -85,6 +86,7 @@ int runEditor(int argc, char **argv, const QUrl &rootComponent, const EditorStar
     nameApplication(app);
 
     loadFontCatalog();
+    installCatalogEffectHooks();
     loadEmojiFonts();
     sweepStaleDenoiseFiles();
 

@@ -3,8 +3,10 @@
 #include "core/document/ClipTiming.h"
 #include "core/document/Keyframes.h"
 #include "media/ClipReaderPool.h"
+#include "render/CpuEffectChain.h"
 #include "render/GpuCompositor.h"
 #include "render/StillImageCache.h"
+#include "render/TimeEcho.h"
 #include "render/text/TextLayers.h"
 
 #include <algorithm>
@@ -40,8 +42,11 @@ bool videoOrImagePicture(const SceneContext &context, const Clip &clip, TimeUs t
             return true;
         }
     }
-    // The echo history is drawn by the effect executor, which is not part of the scene yet; until
-    // then an echo clip shows its plain current picture, as any effect that cannot run does.
+    if (hasTimeEcho(clip)) {
+        layer.image =
+            echoImage(clip, t, size.width(), size.height(), context.project->fps, context.maxEchoFrames);
+        return true;
+    }
     if (clip.type == ClipType::image)
         layer.image = cachedStillImage(clip.path, size);
     else
@@ -205,15 +210,18 @@ QImage renderClipImage(const SceneContext &context, const Clip &clip, TimeUs t)
         return {};
     const QSize size = context.outputSize;
     QImage image;
-    if (clip.type == ClipType::image)
+    if (hasTimeEcho(clip))
+        image = echoImage(clip, t, size.width(), size.height(), context.project->fps, context.maxEchoFrames);
+    else if (clip.type == ClipType::image)
         image = cachedStillImage(clip.path, size);
     else
         image = ClipReaderPool::instance().decodeVideo(clip.path, clipSourceTimeUs(clip, t), size.width(),
                                                        size.height());
     if (image.isNull())
         return {};
-    // The effect chain would run here on the CPU once an executor for it exists; as with any
-    // effect that cannot run, the picture passes through unchanged.
+    const QList<EffectInstance> effects = effectsAt(clip, t - clip.timelineStartUs);
+    if (!effects.isEmpty())
+        image = applyEffectChain(image, effects, t - clip.timelineStartUs, {});
     if (clip.mask.shape != MaskShape::none && clip.mask.shape != MaskShape::matte) {
         const QImage mask = rasterMask(clip.mask, image.width(), image.height());
         if (!mask.isNull()) {

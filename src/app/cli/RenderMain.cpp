@@ -2,6 +2,7 @@
 // and checking frames. All the work is the render library's; this file only reads the command
 // line and the project file and reports.
 #include "core/document/ProjectJson.h"
+#include "render/CatalogEffectHooks.h"
 #include "render/FrameCompositor.h"
 #include "render/SceneJson.h"
 
@@ -111,6 +112,7 @@ int main(int argc, char **argv)
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orvel-render"));
+    orvel::installCatalogEffectHooks();
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Renders one instant of an Orvel project."));

@@ -452,6 +452,11 @@ protected:
     void setDirty(bool dirty);
     void emitDocumentSignals();
 
+public:
+    // The installed effect packages for the effects panel (AppControllerEffects.cpp).
+    Q_INVOKABLE QVariantList effectCatalog() const;
+    Q_INVOKABLE QVariantList effectCategories() const;
+
 private:
     void readSettings();
     void connectSignals();
