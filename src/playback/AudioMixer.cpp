@@ -35,6 +35,15 @@ double clipSpeedAt(const Clip &clip, TimeUs timelineUs)
     return clip.speed <= 0.0 ? 1.0 : clip.speed;
 }
 
+// Outside its fade ramps a clip's fade gain is exactly 1, so a block that lies wholly between
+// them can skip the fade arithmetic without changing a sample.
+bool fadesTouchBlock(const Clip &clip, TimeUs firstUs, TimeUs lastUs)
+{
+    const bool inFadeIn = clip.fadeInUs > 0 && firstUs < clip.timelineStartUs + clip.fadeInUs;
+    const bool inFadeOut = clip.fadeOutUs > 0 && lastUs > clip.timelineEndUs() - clip.fadeOutUs;
+    return inFadeIn || inFadeOut;
+}
+
 void reverseFrames(QList<float> &samples, int frames)
 {
     for (int i = 0, j = frames - 1; i < j; ++i, --j) {
@@ -83,11 +92,18 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
         return;
     const QList<float> samples = processedClipSamples(clip, timeUs, frameCount, sampleRate);
     const int frames = std::min(frameCount, int(samples.size() / 2));
-    const bool fades = clip.fadeInUs > 0 || clip.fadeOutUs > 0;
+    const bool fades =
+        fadesTouchBlock(clip, timeUs, timeUs + framesToUs(std::max(frames - 1, 0), sampleRate));
     // One key is a constant volume: evaluate it once, not per frame.
     const bool volume = clip.volume.keyframes.size() > 1;
     const double steadyGain = clip.volume.keyframes.size() == 1 ? clipVolumeGain(clip, timeUs) : 1.0;
     const bool transitions = !windows.isEmpty();
+    if (!fades && !volume && !transitions) {
+        // One gain for the whole block: no per-frame times to work out.
+        for (int i = 0; i < 2 * frames; ++i)
+            out[i] += float(steadyGain * samples[i]);
+        return;
+    }
     for (int i = 0; i < frames; ++i) {
         const float left = samples[2 * i];
         const float right = samples[2 * i + 1];
