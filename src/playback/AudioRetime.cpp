@@ -15,7 +15,8 @@ extern "C" {
 
 namespace orvel {
 
-namespace {
+// Named rather than anonymous, since the kept stream's graph derives from it.
+namespace retime_detail {
 
 // The graph and its two ends, freed together whatever happened.
 struct RetimeGraph
@@ -25,6 +26,12 @@ struct RetimeGraph
     AVFilterContext *sink = nullptr;
     ~RetimeGraph() { avfilter_graph_free(&graph); }
 };
+
+} // namespace retime_detail
+
+namespace {
+
+using retime_detail::RetimeGraph;
 
 bool buildRetimeGraph(RetimeGraph &g, int sampleRate, double speed)
 {
@@ -156,7 +163,7 @@ QList<float> retimeAudio(const QList<float> &samples, int frameCount, int sample
     return out;
 }
 
-struct AudioRetimeStream::Graph : RetimeGraph
+struct AudioRetimeStream::Graph : retime_detail::RetimeGraph
 {};
 
 AudioRetimeStream::AudioRetimeStream() = default;
