@@ -35,6 +35,15 @@ double clipSpeedAt(const Clip &clip, TimeUs timelineUs)
     return clip.speed <= 0.0 ? 1.0 : clip.speed;
 }
 
+// Outside its fade ramps a clip's fade gain is exactly 1, so a block that lies wholly between
+// them can skip the fade arithmetic without changing a sample.
+bool fadesTouchBlock(const Clip &clip, TimeUs firstUs, TimeUs lastUs)
+{
+    const bool inFadeIn = clip.fadeInUs > 0 && firstUs < clip.timelineStartUs + clip.fadeInUs;
+    const bool inFadeOut = clip.fadeOutUs > 0 && lastUs > clip.timelineEndUs() - clip.fadeOutUs;
+    return inFadeIn || inFadeOut;
+}
+
 void reverseFrames(QList<float> &samples, int frames)
 {
     for (int i = 0, j = frames - 1; i < j; ++i, --j) {
@@ -83,11 +92,18 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
         return;
     const QList<float> samples = processedClipSamples(clip, timeUs, frameCount, sampleRate);
     const int frames = std::min(frameCount, int(samples.size() / 2));
-    const bool fades = clip.fadeInUs > 0 || clip.fadeOutUs > 0;
+    const bool fades =
+        fadesTouchBlock(clip, timeUs, timeUs + framesToUs(std::max(frames - 1, 0), sampleRate));
     // One key is a constant volume: evaluate it once, not per frame.
     const bool volume = clip.volume.keyframes.size() > 1;
     const double steadyGain = clip.volume.keyframes.size() == 1 ? clipVolumeGain(clip, timeUs) : 1.0;
     const bool transitions = !windows.isEmpty();
+    if (!fades && !volume && !transitions) {
+        // One gain for the whole block: no per-frame times to work out.
+        for (int i = 0; i < 2 * frames; ++i)
+            out[i] += float(steadyGain * samples[i]);
+        return;
+    }
     for (int i = 0; i < frames; ++i) {
         const float left = samples[2 * i];
         const float right = samples[2 * i + 1];
@@ -144,10 +160,20 @@ std::shared_ptr<AudioEffectRack> AudioMixer::rackFor(const QString &clipId)
     return rack;
 }
 
+std::shared_ptr<AudioMixer::ClipReadState> AudioMixer::readStateFor(const QString &clipId)
+{
+    QMutexLocker lock(&m_rackMutex);
+    std::shared_ptr<ClipReadState> &state = m_readStates[clipId];
+    if (!state)
+        state = std::make_shared<ClipReadState>();
+    return state;
+}
+
 void AudioMixer::reset()
 {
     QMutexLocker lock(&m_rackMutex);
     m_racks.clear();
+    m_readStates.clear();
 }
 
 void AudioMixer::setProject(const Project *project)
@@ -167,8 +193,7 @@ void AudioMixer::setTransitionCurveLookup(TransitionCurveLookup lookup)
     m_transitionCurve = std::move(lookup);
 }
 
-QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int frameCount,
-                                         int sampleRate) const
+QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate)
 {
     QList<float> result(2 * std::max(frameCount, 0), 0.0f);
     if (frameCount < 1 || sampleRate < 1)
@@ -182,6 +207,15 @@ QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int fr
     double speed = clipSpeedAt(clip, startUs);
     if (isUnitySpeed(speed))
         speed = 1.0;
+    const std::shared_ptr<ClipReadState> state = readStateFor(clip.id);
+    if (speed != 1.0 && !clip.reverse && !clip.speedCurve.isActive()) {
+        // A constant speed played forwards streams through one kept filter.
+        readRetimed(clip, *state, startUs, speed, sampleRate, std::min(count, frameCount - offset),
+                    result.data() + 2 * offset);
+        state->nextTimelineUs = blockEndUs;
+        return result;
+    }
+    state->nextTimelineUs = -1;
     const int sourceFrames = std::max(int(std::llround(count * speed)), 1);
     const TimeUs sourceLengthUs = std::max(framesToUs(sourceFrames, sampleRate), TimeUs(1));
     TimeUs sourceStartUs = clipSourceTimeUs(clip, startUs);
@@ -189,8 +223,7 @@ QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int fr
         sourceStartUs = std::max(sourceStartUs - sourceLengthUs, TimeUs(0));
 
     QList<float> samples(2 * sourceFrames, 0.0f);
-    const int read = ClipReaderPool::instance().decodeAudio(clip.path, sourceStartUs, sourceFrames,
-                                                            sampleRate, samples.data());
+    const int read = state->source.read(clip.path, sourceStartUs, sourceFrames, sampleRate, samples.data());
     if (read < 1)
         return result;
     if (clip.reverse)
@@ -201,6 +234,36 @@ QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int fr
     const int copy = std::min({count, available, frameCount - offset});
     std::copy_n(samples.constData(), 2 * std::max(copy, 0), result.data() + 2 * offset);
     return result;
+}
+
+void AudioMixer::readRetimed(const Clip &clip, ClipReadState &state, TimeUs startUs, double speed,
+                             int sampleRate, int frameCount, float *out)
+{
+    AudioRetimeStream &retime = state.retime;
+    const bool contiguous = retime.isOpen() && retime.speed() == speed && retime.sampleRate() == sampleRate &&
+                            state.nextTimelineUs >= 0 && std::llabs(startUs - state.nextTimelineUs) < 2001;
+    if (!contiguous) {
+        // A jump, a new speed or a first block: the filter starts afresh at the new place.
+        state.retimeSourceStartUs = clipSourceTimeUs(clip, startUs);
+        state.retimeFramesFed = 0;
+        state.retimeSourceEnded = false;
+        if (!retime.open(sampleRate, speed))
+            return;
+    }
+    // The filter hands out audio in whole windows, so it is fed until a block's worth is waiting.
+    const int step = std::max(int(std::llround(frameCount * speed)), 1);
+    state.retimeInput.resize(std::size_t(step) * 2);
+    while (retime.queuedFrames() < frameCount && !state.retimeSourceEnded) {
+        const TimeUs atUs = state.retimeSourceStartUs + framesToUs(state.retimeFramesFed, sampleRate);
+        const int read = state.source.read(clip.path, atUs, step, sampleRate, state.retimeInput.data());
+        state.retimeFramesFed += read;
+        const bool pushed = read < 1 || retime.push(state.retimeInput.data(), read);
+        if (read < step || !pushed) {
+            retime.finish();
+            state.retimeSourceEnded = true;
+        }
+    }
+    retime.take(out, frameCount);
 }
 
 } // namespace orvel

@@ -3,6 +3,8 @@
 #include "audiofx/AudioEffectRack.h"
 #include "core/document/Project.h"
 #include "playback/AudioMixGain.h"
+#include "playback/AudioReadAhead.h"
+#include "playback/AudioRetime.h"
 
 #include <QHash>
 #include <QList>
@@ -11,6 +13,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace orvel {
 
@@ -46,21 +49,40 @@ public:
     void setTransitionCurveLookup(TransitionCurveLookup lookup);
 
     // A clip's raw samples for a block: 2 x frameCount floats, zeros outside the clip, with no
-    // gain and no effects.
-    QList<float> readClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate) const;
+    // gain and no effects. Not const: the clip's read-ahead buffer and speed filter carry over
+    // from one block to the next.
+    QList<float> readClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate);
 
 private:
+    // What a clip's reading keeps between blocks: the decoded audio ahead of the play position
+    // and, for a constant speed, the speed filter with the output it has not handed out yet.
+    struct ClipReadState
+    {
+        AudioReadAhead source;
+        AudioRetimeStream retime;
+        std::vector<float> retimeInput;
+        // Where the next block should start for the filter to carry on; -1 after a plain read.
+        TimeUs nextTimelineUs = -1;
+        TimeUs retimeSourceStartUs = 0;
+        qint64 retimeFramesFed = 0;
+        bool retimeSourceEnded = false;
+    };
+
     void mixTrack(const Track &track, TimeUs timeUs, int frameCount, int sampleRate, float *out);
     void mixClip(const Clip &clip, const QList<AudioTransitionWindow> &windows, TimeUs timeUs, int frameCount,
                  int sampleRate, float *out);
     QList<float> processedClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate);
     std::shared_ptr<AudioEffectRack> rackFor(const QString &clipId);
+    std::shared_ptr<ClipReadState> readStateFor(const QString &clipId);
+    void readRetimed(const Clip &clip, ClipReadState &state, TimeUs startUs, double speed, int sampleRate,
+                     int frameCount, float *out);
 
     const Project *m_project = nullptr;
     EffectSpecResolver m_resolveEffects;
     TransitionCurveLookup m_transitionCurve;
     QMutex m_rackMutex;
     QHash<QString, std::shared_ptr<AudioEffectRack>> m_racks;
+    QHash<QString, std::shared_ptr<ClipReadState>> m_readStates;
 };
 
 } // namespace orvel

@@ -15,7 +15,8 @@ extern "C" {
 
 namespace orvel {
 
-namespace {
+// Named rather than anonymous, since the kept stream's graph derives from it.
+namespace retime_detail {
 
 // The graph and its two ends, freed together whatever happened.
 struct RetimeGraph
@@ -25,6 +26,12 @@ struct RetimeGraph
     AVFilterContext *sink = nullptr;
     ~RetimeGraph() { avfilter_graph_free(&graph); }
 };
+
+} // namespace retime_detail
+
+namespace {
+
+using retime_detail::RetimeGraph;
 
 bool buildRetimeGraph(RetimeGraph &g, int sampleRate, double speed)
 {
@@ -154,6 +161,99 @@ QList<float> retimeAudio(const QList<float> &samples, int frameCount, int sample
     }
     av_frame_free(&filtered);
     return out;
+}
+
+struct AudioRetimeStream::Graph : retime_detail::RetimeGraph
+{};
+
+AudioRetimeStream::AudioRetimeStream() = default;
+AudioRetimeStream::~AudioRetimeStream() = default;
+
+bool AudioRetimeStream::open(int sampleRate, double speed)
+{
+    m_graph.reset();
+    m_queue.clear();
+    m_queueRead = 0;
+    m_framesPushed = 0;
+    m_speed = speed;
+    m_sampleRate = sampleRate;
+    if (sampleRate < 1)
+        return false;
+    auto graph = std::make_unique<Graph>();
+    if (!buildRetimeGraph(*graph, sampleRate, speed))
+        return false;
+    m_graph = std::move(graph);
+    return true;
+}
+
+bool AudioRetimeStream::isOpen() const
+{
+    return m_graph != nullptr;
+}
+
+bool AudioRetimeStream::push(const float *samples, int frameCount)
+{
+    if (!m_graph || !samples || frameCount < 1)
+        return false;
+    AVFrame *frame = av_frame_alloc();
+    if (!frame)
+        return false;
+    frame->format = AV_SAMPLE_FMT_FLT;
+    frame->sample_rate = m_sampleRate;
+    av_channel_layout_default(&frame->ch_layout, 2);
+    frame->nb_samples = frameCount;
+    // Timestamps keep counting so the filter sees one unbroken stream.
+    frame->pts = m_framesPushed;
+    bool ok = av_frame_get_buffer(frame, 0) >= 0;
+    if (ok) {
+        std::memcpy(frame->data[0], samples, std::size_t(frameCount) * 2 * sizeof(float));
+        ok = av_buffersrc_add_frame_flags(m_graph->source, frame, 0) >= 0;
+    }
+    av_frame_free(&frame);
+    if (ok) {
+        m_framesPushed += frameCount;
+        drainSink();
+    }
+    return ok;
+}
+
+bool AudioRetimeStream::finish()
+{
+    if (!m_graph || av_buffersrc_add_frame_flags(m_graph->source, nullptr, 0) < 0)
+        return false;
+    drainSink();
+    return true;
+}
+
+void AudioRetimeStream::drainSink()
+{
+    AVFrame *filtered = av_frame_alloc();
+    while (filtered && av_buffersink_get_frame(m_graph->sink, filtered) >= 0) {
+        const int frames = filtered->nb_samples;
+        const std::size_t at = m_queue.size();
+        m_queue.resize(at + std::size_t(std::max(frames, 0)) * 2);
+        copyFiltered(filtered, m_queue.data() + at, 0, frames);
+        av_frame_unref(filtered);
+    }
+    av_frame_free(&filtered);
+}
+
+int AudioRetimeStream::queuedFrames() const
+{
+    return int((m_queue.size() - m_queueRead) / 2);
+}
+
+int AudioRetimeStream::take(float *out, int frameCount)
+{
+    const int count = std::min(std::max(frameCount, 0), queuedFrames());
+    std::copy_n(m_queue.data() + m_queueRead, std::size_t(count) * 2, out);
+    m_queueRead += std::size_t(count) * 2;
+    // Compact once the consumed part outgrows the rest, so the queue stays small.
+    if (m_queueRead > m_queue.size() / 2) {
+        m_queue.erase(m_queue.begin(), m_queue.begin() + std::ptrdiff_t(m_queueRead));
+        m_queueRead = 0;
+    }
+    return count;
 }
 
 } // namespace orvel

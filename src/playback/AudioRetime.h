@@ -3,6 +3,9 @@
 #include <QList>
 #include <QString>
 
+#include <memory>
+#include <vector>
+
 namespace orvel {
 
 // Changing the speed of a block of audio without changing its pitch, with FFmpeg's atempo.
@@ -21,5 +24,42 @@ QString atempoChain(double speed);
 // graph that cannot be made gives silence. An empty list for no input or non-positive counts.
 QList<float> retimeAudio(const QList<float> &samples, int frameCount, int sampleRate, double speed,
                          int outFrames);
+
+// One atempo graph kept across blocks, so consecutive blocks come out as one continuous stream
+// instead of each block starting the filter's window afresh. Source audio goes in with push();
+// whatever the filter has finished waits in a queue until take() hands it out.
+class AudioRetimeStream
+{
+public:
+    AudioRetimeStream();
+    ~AudioRetimeStream();
+    AudioRetimeStream(const AudioRetimeStream &) = delete;
+    AudioRetimeStream &operator=(const AudioRetimeStream &) = delete;
+
+    // Drops any graph and queued output and builds a new graph; false if it cannot be made.
+    bool open(int sampleRate, double speed);
+    bool isOpen() const;
+    double speed() const { return m_speed; }
+    int sampleRate() const { return m_sampleRate; }
+    // Feeds frameCount interleaved stereo frames; false when the graph refused them.
+    bool push(const float *samples, int frameCount);
+    // Marks the end of the source so the filter hands over what it still holds.
+    bool finish();
+    // Frames of output waiting to be taken.
+    int queuedFrames() const;
+    // Moves up to frameCount queued frames into out; returns how many.
+    int take(float *out, int frameCount);
+
+private:
+    struct Graph;
+    void drainSink();
+
+    std::unique_ptr<Graph> m_graph;
+    std::vector<float> m_queue;
+    std::size_t m_queueRead = 0;
+    qint64 m_framesPushed = 0;
+    double m_speed = 1.0;
+    int m_sampleRate = 0;
+};
 
 } // namespace orvel

@@ -132,6 +132,19 @@ TEST(AudioMixer, FadesAndVolumeScaleTheClip)
     clip.fadeCurve = FadeCurve::linear;
     EXPECT_NEAR(firstLeft(project, 125'000), 0.5 * 0.25, 1e-6);
 
+    // Blocks that straddle the end of the fade-in and the start of the fade-out are ramped from
+    // the right frame on; the frames of the block outside the ramp are left at full level.
+    clip.fadeInUs = 1'000'000;
+    for (TimeUs blockStartUs : {TimeUs(990'000), TimeUs(8'000'000 - 510'000)}) {
+        const std::vector<float> out = mixAt(project, blockStartUs, 960);
+        for (int i : {0, 470, 479, 480, 481, 959}) {
+            const TimeUs t = blockStartUs + TimeUs(i) * 1'000'000 / kRate;
+            const double ramp = std::min({double(t) / 1e6, double(8'000'000 - t) / 5e5, 1.0});
+            EXPECT_NEAR(out[std::size_t(2 * i)], 0.5 * ramp, 1e-6)
+                << "block " << blockStartUs << " frame " << i;
+        }
+    }
+
     // Without fades a volume key of 3 is clamped to a gain of 2.
     Project single = projectOf({levelTrack(0.25)});
     single.tracks[0].clips[0].volume = constantProperty(3.0);
