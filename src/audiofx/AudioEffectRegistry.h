@@ -3,6 +3,7 @@
 #include "audiofx/ChainProcessor.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -14,5 +15,7 @@ namespace orvel {
 // A fresh chain for the id, its parameters bound; null for an id the table does not hold.
 std::unique_ptr<ChainProcessor> makeChain(const QString &processorId);
 bool isKnownProcessor(const QString &processorId);
+// Every id the table holds, sorted; lets a catalogue check that its files name real chains.
+QStringList knownProcessorIds();
 
 } // namespace orvel
