@@ -19,6 +19,7 @@ packages=(
   xvfb xauth x11-utils x11-apps libgl1-mesa-dri libegl1 libegl-mesa0 libgl-dev libegl-dev mesa-utils
   googletest libgtest-dev libgmock-dev libbenchmark-dev fonts-dejavu-core
   fonts-droid-fallback fonts-noto-color-emoji
+  pulseaudio pulseaudio-utils
 )
 
 missing=()

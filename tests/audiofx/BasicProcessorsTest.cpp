@@ -1,0 +1,62 @@
+#include "audiofx/BasicProcessors.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace orvel;
+
+namespace {
+
+// A planar stereo buffer and the view over it.
+struct Planar
+{
+    explicit Planar(std::size_t frames) : left(frames, 0.0f), right(frames, 0.0f) {}
+    AudioBlockView view() { return {pointers, 2, 0, left.size()}; }
+    std::vector<float> left;
+    std::vector<float> right;
+    float *pointers[2] = {left.data(), right.data()};
+};
+
+} // namespace
+
+TEST(EchoProcessor, RepeatsAnImpulseOnceAfterTheDelayUntilReset)
+{
+    EchoProcessor echo(0.8f, 0.9f);
+    echo.setDelayMs(10.0f); // 480 frames
+    echo.setDecay(0.5f);
+    echo.prepare({48000.0, 4096, 2});
+    Planar block(2000);
+    block.left[0] = 1.0f;
+    block.right[3] = -1.0f;
+    echo.process(block.view());
+    for (std::size_t i = 0; i < block.left.size(); ++i) {
+        ASSERT_NEAR(block.left[i], i == 0 ? 0.72f : i == 480 ? 0.36f : 0.0f, 1e-6f) << "frame " << i;
+        ASSERT_NEAR(block.right[i], i == 3 ? -0.72f : i == 483 ? -0.36f : 0.0f, 1e-6f) << "frame " << i;
+    }
+
+    Planar impulse(100);
+    impulse.left[0] = 1.0f;
+    echo.process(impulse.view());
+    echo.reset();
+    Planar after(1000);
+    echo.process(after.view());
+    EXPECT_EQ(after.left, std::vector<float>(1000, 0.0f));
+}
+
+TEST(GainProcessor, RampsToANewGainOver20Milliseconds)
+{
+    GainProcessor gain(1.0f);
+    gain.prepare({48000.0, 4096, 2});
+    gain.setGain(0.0f);
+    Planar block(2000);
+    std::fill(block.left.begin(), block.left.end(), 1.0f);
+    std::fill(block.right.begin(), block.right.end(), -1.0f);
+    gain.process(block.view());
+    // 960 steps from 1 to 0, one per frame, the same on both sides.
+    EXPECT_NEAR(block.left[0], 1.0f - 1.0f / 960.0f, 1e-5f);
+    EXPECT_NEAR(block.left[479], 0.5f, 1e-4f);
+    EXPECT_NEAR(block.right[479], -0.5f, 1e-4f);
+    EXPECT_EQ(block.left[959], 0.0f);
+    EXPECT_EQ(block.left[1999], 0.0f);
+}
