@@ -1,0 +1,101 @@
+#include "ExportTestSupport.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+namespace exporttest {
+
+QString runTool(const QString &program, const QStringList &arguments, QString *error)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished(120000) || process.exitCode() != 0) {
+        if (error)
+            *error = QString::fromUtf8(process.readAllStandardError());
+        return {};
+    }
+    if (error)
+        *error = QString::fromUtf8(process.readAllStandardError());
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+QString sourceClip()
+{
+    static QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("source.mkv"));
+    if (!QFile::exists(path)) {
+        runTool(QStringLiteral("ffmpeg"),
+                {"-v", "error", "-f", "lavfi", "-i", "testsrc2=size=320x180:rate=25:duration=2", "-f",
+                 "lavfi", "-i", "sine=frequency=440:sample_rate=48000:duration=2", "-ac", "2", "-c:v", "ffv1",
+                 "-c:a", "flac", "-shortest", path});
+    }
+    return path;
+}
+
+orvel::Project clipProject(orvel::TimeUs durationUs)
+{
+    orvel::Clip clip;
+    clip.id = QStringLiteral("clip");
+    clip.type = orvel::ClipType::video;
+    clip.path = sourceClip();
+    clip.timelineDurationUs = durationUs;
+    clip.srcOutUs = durationUs;
+    orvel::Track track;
+    track.clips = {clip};
+    orvel::Project project;
+    project.width = 320;
+    project.height = 180;
+    project.fps = 25;
+    project.sampleRate = 48000;
+    project.tracks = {track};
+    return project;
+}
+
+Probe probe(const QString &path)
+{
+    Probe p;
+    const QString json =
+        runTool(QStringLiteral("ffprobe"),
+                {"-v", "error", "-count_packets", "-show_entries",
+                 "stream=codec_type,codec_name,pix_fmt,width,height,nb_read_packets:format=duration", "-of",
+                 "json", path});
+    const QJsonObject root = QJsonDocument::fromJson(json.toUtf8()).object();
+    for (const QJsonValue &value : root.value("streams").toArray()) {
+        const QJsonObject s = value.toObject();
+        if (s.value("codec_type").toString() == QLatin1String("video")) {
+            p.videoCodec = s.value("codec_name").toString();
+            p.pixelFormat = s.value("pix_fmt").toString();
+            p.width = s.value("width").toInt();
+            p.height = s.value("height").toInt();
+            p.videoFrames = s.value("nb_read_packets").toString().toLongLong();
+        } else if (s.value("codec_type").toString() == QLatin1String("audio")) {
+            p.audioCodec = s.value("codec_name").toString();
+        }
+    }
+    p.durationSeconds = root.value("format").toObject().value("duration").toString().toDouble();
+    // Samples counted by decoding the whole stream to raw stereo float, 8 bytes a frame.
+    QProcess decode;
+    decode.start(QStringLiteral("ffmpeg"),
+                 {"-v", "error", "-i", path, "-map", "0:a:0", "-ac", "2", "-f", "f32le", "-"});
+    decode.waitForFinished(120000);
+    p.audioSamples = decode.readAllStandardOutput().size() / 8;
+    return p;
+}
+
+double psnr(const QString &a, const QString &b)
+{
+    QString log;
+    runTool(QStringLiteral("ffmpeg"),
+            {"-v", "info", "-i", a, "-i", b, "-lavfi", "[0:v][1:v]psnr", "-f", "null", "-"}, &log);
+    const QRegularExpressionMatch m = QRegularExpression(QStringLiteral("average:([0-9.]+|inf)")).match(log);
+    if (!m.hasMatch())
+        return -1.0;
+    return m.captured(1) == QLatin1String("inf") ? 1000.0 : m.captured(1).toDouble();
+}
+
+} // namespace exporttest
