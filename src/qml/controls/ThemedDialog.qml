@@ -15,8 +15,11 @@ Dialog {
     property string extraText: ""
     property bool acceptEnabled: true
     property bool destructiveAccept: false
+    // With false the accept button only emits acceptClicked, for dialogs that may stay open.
+    property bool closeOnAccept: true
 
     signal extraClicked()
+    signal acceptClicked()
 
     modal: true
     anchors.centerIn: T.Overlay.overlay
@@ -68,7 +71,7 @@ Dialog {
                 enabled: control.acceptEnabled
                 variant: control.destructiveAccept ? "destructive" : "primary"
                 text: control.acceptText
-                onClicked: control.accept()
+                onClicked: control.closeOnAccept ? control.accept() : control.acceptClicked()
             }
         }
     }
