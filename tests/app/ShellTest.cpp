@@ -239,6 +239,8 @@ TEST_F(ShellTest, PanelsFitWithoutOverlapAtBothSizesAndSchemes)
     importThroughPanel({testmedia::path(QStringLiteral("av.mp4")),
                         testmedia::path(QStringLiteral("cover.mp3")),
                         testmedia::path(QStringLiteral("still.png"))});
+    editor->markProjectLayoutChosen();
+    QMetaObject::invokeMethod(find("layoutChooserDialog"), "close");
     const QString shots = qEnvironmentVariable("ORVEL_SHELL_SCREENSHOTS");
     for (const QSize size : {QSize(1280, 800), QSize(1920, 1080)}) {
         for (const bool dark : {true, false}) {
@@ -246,13 +248,14 @@ TEST_F(ShellTest, PanelsFitWithoutOverlapAtBothSizesAndSchemes)
             window->resize(size);
             ASSERT_TRUE(waitFor([size] { return window->size() == size; }));
             QCoreApplication::processEvents();
-            QImage frame = window->grabWindow();
-            if (!shots.isEmpty())
-                frame.save(
+            if (!shots.isEmpty()) {
+                QTest::qWait(400); // the colour transitions of a scheme switch, for a clean picture
+                window->grabWindow().save(
                     QDir(shots).filePath(QStringLiteral("shell-%1x%2-%3.png")
                                              .arg(size.width())
                                              .arg(size.height())
                                              .arg(dark ? QStringLiteral("dark") : QStringLiteral("light"))));
+            }
             const auto rect = [](const char *name) {
                 auto *item = find<QQuickItem>(name);
                 return item ? item->mapRectToScene(item->boundingRect()) : QRectF();

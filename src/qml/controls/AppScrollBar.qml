@@ -9,6 +9,8 @@ ScrollBar {
     hoverEnabled: true
     minimumSize: 0.05
     padding: 2
+    // Nothing to scroll, nothing to show.
+    visible: size < 1.0
     contentItem: Rectangle {
         implicitWidth: control.hovered || control.pressed ? 8 : 5
         implicitHeight: control.hovered || control.pressed ? 8 : 5

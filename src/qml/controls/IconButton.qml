@@ -26,7 +26,6 @@ AbstractButton {
         color: control.down ? Theme.panelBorder : (control.hovered ? Qt.tint("transparent", "#28808080") : "transparent")
         border.width: control.visualFocus ? 2 : 0
         border.color: Theme.focusRing
-        Behavior on color { ColorAnimation { duration: Theme.durationFast } }
     }
 
     ThemedToolTip {

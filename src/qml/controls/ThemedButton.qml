@@ -55,7 +55,6 @@ Button {
         }
         border.width: control.visualFocus ? 2 : (control.variant === "secondary" ? 1 : 0)
         border.color: control.visualFocus ? Theme.focusRing : Theme.panelBorder
-        Behavior on color { ColorAnimation { duration: Theme.durationFast } }
     }
 
     ThemedToolTip {

@@ -27,6 +27,5 @@ Button {
         color: control.checked ? Theme.primary : (control.hovered ? Theme.panelBorder : "transparent")
         border.width: control.checked ? 0 : 1
         border.color: control.visualFocus ? Theme.focusRing : Theme.panelBorder
-        Behavior on color { ColorAnimation { duration: Theme.durationFast } }
     }
 }

@@ -94,7 +94,7 @@ Item {
                 objectName: "mediaGrid"
                 anchors.fill: parent
                 clip: true
-                readonly property int columns: Math.max(1, Math.floor(width / 120))
+                readonly property int columns: Math.max(1, Math.floor(width / 104))
                 cellWidth: Math.floor(width / columns)
                 cellHeight: cellWidth * 9 / 16 + 38
                 model: library.rows
