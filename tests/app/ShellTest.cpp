@@ -276,3 +276,20 @@ TEST_F(ShellTest, PanelsFitWithoutOverlapAtBothSizesAndSchemes)
         }
     }
 }
+
+TEST_F(ShellTest, PreviewFullscreenHidesTheRestAndRestoresTheWindow)
+{
+    window->resize(1280, 800);
+    const QWindow::Visibility before = window->visibility();
+    QMetaObject::invokeMethod(window, "togglePreviewFullscreen");
+    auto *preview = find<QQuickItem>("previewPanel");
+    EXPECT_FALSE(find<QQuickItem>("editorHeader")->isVisible());
+    EXPECT_FALSE(find<QQuickItem>("timelinePanel")->isVisible());
+    EXPECT_TRUE(preview->property("fullscreen").toBool());
+    EXPECT_TRUE(waitFor([preview] { return preview->width() >= window->width() - 1; }));
+
+    QMetaObject::invokeMethod(window, "togglePreviewFullscreen");
+    EXPECT_TRUE(find<QQuickItem>("editorHeader")->isVisible());
+    EXPECT_TRUE(find<QQuickItem>("timelinePanel")->isVisible());
+    EXPECT_TRUE(waitFor([before] { return window->visibility() == before; }));
+}

@@ -147,7 +147,8 @@ Rectangle {
         IconButton {
             objectName: "saveButton"
             iconName: "save"
-            toolTipText: qsTr("Save project (%1)").arg(EditorState.shortcutFor("save"))
+            // Reading actions makes the text follow a change of the shortcut.
+            toolTipText: EditorState.actions, qsTr("Save project (%1)").arg(EditorState.shortcutFor("save"))
             onClicked: header.saveProject()
         }
 
