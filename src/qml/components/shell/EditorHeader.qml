@@ -148,7 +148,10 @@ Rectangle {
             objectName: "saveButton"
             iconName: "save"
             // Reading actions makes the text follow a change of the shortcut.
-            toolTipText: EditorState.actions, qsTr("Save project (%1)").arg(EditorState.shortcutFor("save"))
+            toolTipText: {
+                EditorState.actions
+                return qsTr("Save project (%1)").arg(EditorState.shortcutFor("save"))
+            }
             onClicked: header.saveProject()
         }
 
