@@ -293,3 +293,36 @@ TEST_F(ShellTest, PreviewFullscreenHidesTheRestAndRestoresTheWindow)
     EXPECT_TRUE(find<QQuickItem>("timelinePanel")->isVisible());
     EXPECT_TRUE(waitFor([before] { return window->visibility() == before; }));
 }
+
+// The two size questions: the layout chooser's platform templates and the setup dialog that
+// the first visual clip raises, each ending in the project's canvas.
+TEST_F(ShellTest, LayoutAndSetupDialogsSetTheCanvas)
+{
+    QObject *chooser = find("layoutChooserDialog");
+    QMetaObject::invokeMethod(chooser, "openFirstLaunch");
+    QMetaObject::invokeMethod(chooser, "chooseCategory", Q_ARG(QVariant, QStringLiteral("instagram")));
+    chooser->setProperty("templateId", QStringLiteral("ig_feed"));
+    chooser->setProperty("quality", QStringLiteral("720p"));
+    QMetaObject::invokeMethod(chooser, "accept");
+    EXPECT_EQ(QSize(editor->projectWidth(), editor->projectHeight()), QSize(720, 900));
+    EXPECT_TRUE(editor->projectLayoutChosen());
+
+    // "Decide later" keeps the size and still stops the question.
+    editor->newProject();
+    const QSize fresh(editor->projectWidth(), editor->projectHeight());
+    QMetaObject::invokeMethod(chooser, "openFirstLaunch");
+    QMetaObject::invokeMethod(chooser, "reject");
+    EXPECT_EQ(QSize(editor->projectWidth(), editor->projectHeight()), fresh);
+    EXPECT_TRUE(editor->projectLayoutChosen());
+
+    // The first video on an empty timeline asks; a 9:16 chip turns the clip's 160 wide into 284 high.
+    editor->newProject();
+    importThroughPanel({testmedia::path(QStringLiteral("av.mp4"))});
+    QObject *setup = find("projectSetupDialog");
+    QMetaObject::invokeMethod(find("assetsPanel"), "addAtPlayhead", Q_ARG(QVariant, 0));
+    ASSERT_TRUE(setup->property("visible").toBool());
+    QMetaObject::invokeMethod(setup, "chooseAspect", Q_ARG(QVariant, QStringLiteral("9:16")));
+    QMetaObject::invokeMethod(setup, "accept");
+    EXPECT_EQ(QSize(editor->projectWidth(), editor->projectHeight()), QSize(160, 284));
+    EXPECT_EQ(editor->project().tracks.value(0).clips.size(), 1) << "the clip is added after the answer";
+}
