@@ -236,9 +236,8 @@ TEST_F(ShellTest, PanelsFitWithoutOverlapAtBothSizesAndSchemes)
 {
     for (const char *type : {"video", "video", "audio", "text"})
         editor->addTrack(QString::fromLatin1(type));
-    importThroughPanel({testmedia::path(QStringLiteral("av.mp4")),
-                        testmedia::path(QStringLiteral("cover.mp3")),
-                        testmedia::path(QStringLiteral("still.png"))});
+    importThroughPanel(
+        {testmedia::path(QStringLiteral("av.mp4")), testmedia::path(QStringLiteral("still.png"))});
     editor->markProjectLayoutChosen();
     QMetaObject::invokeMethod(find("layoutChooserDialog"), "close");
     const QString shots = qEnvironmentVariable("ORVEL_SHELL_SCREENSHOTS");
