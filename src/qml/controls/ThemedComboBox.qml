@@ -11,14 +11,15 @@ ComboBox {
     font.pixelSize: Theme.fontSizeSm
 
     delegate: ItemDelegate {
+        id: row
         required property int index
-        required property var modelData
+        required property var model
         width: ListView.view ? ListView.view.width : implicitWidth
         highlighted: control.highlightedIndex === index
         contentItem: Text {
-            text: control.textRole ? (Array.isArray(control.model) ? modelData[control.textRole]
-                                                                   : model[control.textRole])
-                                   : modelData
+            // Arrays hand each entry over as modelData; list models by role name.
+            text: control.textRole.length === 0 ? row.model.modelData
+                : Array.isArray(control.model) ? row.model.modelData[control.textRole] : row.model[control.textRole]
             font: control.font
             color: Theme.foreground
             elide: Text.ElideRight
@@ -26,7 +27,7 @@ ComboBox {
         }
         background: Rectangle {
             radius: Theme.radiusXs
-            color: parent.highlighted ? Theme.panelBorder : "transparent"
+            color: row.highlighted ? Theme.panelBorder : "transparent"
         }
     }
     indicator: IconGlyph {
