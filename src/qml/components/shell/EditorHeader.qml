@@ -162,7 +162,7 @@ Rectangle {
             objectName: "extrasButton"
             iconName: "more"
             toolTipText: qsTr("More")
-            onClicked: extrasMenu.popup(extrasButton, 0, extrasButton.height + 4)
+            onClicked: extrasMenu.popup(extrasButton, extrasButton.width - extrasMenu.width, extrasButton.height + 4)
             ThemedContextMenu {
                 id: extrasMenu
                 ThemedMenuItem {
