@@ -46,6 +46,7 @@ public:
 
 private:
     DelayRing m_line;
+    std::vector<float> m_delayed; // one block read back from the line
     double m_sampleRate = 48000.0;
     float m_delayMs = 60.0f;
     SmoothedGain m_decay;

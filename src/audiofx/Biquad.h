@@ -4,88 +4,87 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <vector>
 
 namespace orvel {
 
-// One second-order filter section over every channel of a block, with the arithmetic of JUCE's
-// IIR filter (transposed direct form II, state flushed to zero when tiny at the end of a block).
-// Each channel's recursion waits on its own last output, so two channels are stepped together:
-// the processor then overlaps their work instead of idling on one chain.
+// One second-order filter section over every channel of a block. The coefficients are JUCE's
+// (b0, b1, b2, a1, a2, already divided by a0); the loop is the direct form, which keeps the last
+// two inputs and outputs. Each output waits only on one multiply and one subtract of the output
+// before it, where the transposed form JUCE runs chains four operations, and two channels are
+// stepped together so that the processor overlaps their work. History that has decayed to almost
+// nothing is flushed to zero at the end of a block, as JUCE does, so silence never turns into
+// denormals.
 class Biquad
 {
 public:
-    // b0, b1, b2, a1, a2, already divided by a0. The state is kept, so a sweep does not click.
-    void setCoefficients(const float *raw)
-    {
-        for (std::size_t k = 0; k < 5; ++k)
-            m_c[k] = raw[k];
-    }
-    void prepare(std::uint32_t channels) { m_state.assign(std::size_t(channels) * 2, 0.0f); }
-    void reset() { std::fill(m_state.begin(), m_state.end(), 0.0f); }
+    // The history is kept, so a sweep does not click.
+    void setCoefficients(const float *raw) { std::copy_n(raw, 5, m_c.begin()); }
+    void prepare(std::uint32_t channels) { m_history.assign(std::size_t(channels) * 4, 0.0f); }
+    void reset() { std::fill(m_history.begin(), m_history.end(), 0.0f); }
 
     void process(const AudioBlockView &block)
     {
         const std::uint32_t channels =
-            std::min<std::uint32_t>(block.channelCount, std::uint32_t(m_state.size() / 2));
+            std::min<std::uint32_t>(block.channelCount, std::uint32_t(m_history.size() / 4));
         std::uint32_t c = 0;
         for (; c + 1 < channels; c += 2)
-            processPair(block.channel(c), block.channel(c + 1), &m_state[2 * c], block.frameCount);
+            processPair(block.channel(c), block.channel(c + 1), &m_history[4 * c], block.frameCount);
         if (c < channels)
-            processOne(block.channel(c), &m_state[2 * c], block.frameCount);
+            processOne(block.channel(c), &m_history[4 * c], block.frameCount);
     }
 
 private:
-    static void flush(float &value)
+    // x1, x2, y1, y2 of one channel.
+    struct History
     {
-        if (!(value < -1.0e-8f || value > 1.0e-8f))
-            value = 0.0f;
+        float x1, x2, y1, y2;
+    };
+
+    static float flushed(float value) { return (value < -1.0e-8f || value > 1.0e-8f) ? value : 0.0f; }
+
+    static History load(const float *h) { return {h[0], h[1], h[2], h[3]}; }
+    static void store(float *h, const History &s)
+    {
+        h[0] = s.x1;
+        h[1] = s.x2;
+        h[2] = flushed(s.y1);
+        h[3] = flushed(s.y2);
     }
 
-    void processOne(float *x, float *state, std::size_t frames) const
+    float step(History &s, float in) const
     {
         const auto [b0, b1, b2, a1, a2] = m_c;
-        float s1 = state[0], s2 = state[1];
-        for (std::size_t i = 0; i < frames; ++i) {
-            const float in = x[i];
-            const float out = (in * b0) + s1;
-            x[i] = out;
-            s1 = (in * b1) - (out * a1) + s2;
-            s2 = (in * b2) - (out * a2);
-        }
-        flush(s1);
-        flush(s2);
-        state[0] = s1;
-        state[1] = s2;
+        const float out = ((in * b0 + s.x1 * b1 + s.x2 * b2) - s.y2 * a2) - s.y1 * a1;
+        s.x2 = s.x1;
+        s.x1 = in;
+        s.y2 = s.y1;
+        s.y1 = out;
+        return out;
     }
 
-    void processPair(float *x, float *y, float *state, std::size_t frames) const
+    void processOne(float *x, float *history, std::size_t frames) const
     {
-        const auto [b0, b1, b2, a1, a2] = m_c;
-        float s1 = state[0], s2 = state[1], t1 = state[2], t2 = state[3];
+        History s = load(history);
+        for (std::size_t i = 0; i < frames; ++i)
+            x[i] = step(s, x[i]);
+        store(history, s);
+    }
+
+    void processPair(float *x, float *y, float *history, std::size_t frames) const
+    {
+        History s = load(history);
+        History t = load(history + 4);
         for (std::size_t i = 0; i < frames; ++i) {
-            const float inX = x[i];
-            const float inY = y[i];
-            const float outX = (inX * b0) + s1;
-            const float outY = (inY * b0) + t1;
-            x[i] = outX;
-            y[i] = outY;
-            s1 = (inX * b1) - (outX * a1) + s2;
-            t1 = (inY * b1) - (outY * a1) + t2;
-            s2 = (inX * b2) - (outX * a2);
-            t2 = (inY * b2) - (outY * a2);
+            x[i] = step(s, x[i]);
+            y[i] = step(t, y[i]);
         }
-        for (float *value : {&s1, &s2, &t1, &t2})
-            flush(*value);
-        state[0] = s1;
-        state[1] = s2;
-        state[2] = t1;
-        state[3] = t2;
+        store(history, s);
+        store(history + 4, t);
     }
 
     std::array<float, 5> m_c{1.0f, 0.0f, 0.0f, 0.0f, 0.0f};
-    std::vector<float> m_state;
+    std::vector<float> m_history;
 };
 
 } // namespace orvel
