@@ -3,26 +3,13 @@
 #include "core/controller/AppController.h"
 
 #include "catalog/AudioEffectCatalog.h"
+#include "core/controller/ParameterMaps.h"
 
 namespace {
 
 bool clipCarriesSound(const orvel::Clip &clip)
 {
     return clip.type == orvel::ClipType::audio || clip.type == orvel::ClipType::video;
-}
-
-QVariantList parameterMaps(const QList<orvel::EffectParameter> &parameters)
-{
-    QVariantList list;
-    for (const orvel::EffectParameter &parameter : parameters) {
-        list.append(QVariantMap{{"key", parameter.id},
-                                {"label", parameter.displayName},
-                                {"min", parameter.minValue},
-                                {"max", parameter.maxValue},
-                                {"default", parameter.defaultValue},
-                                {"isBoolean", parameter.isBool}});
-    }
-    return list;
 }
 
 // One inspector row per declared parameter, at the clip's value or the package's default; an
@@ -64,7 +51,7 @@ QVariantList AppController::audioEffectCatalog() const
                                 {"categoryLabel", orvel::AudioEffectCatalog::categoryLabel(d.category)},
                                 {"icon", d.icon},
                                 {"thumbnailPath", d.thumbnailPath},
-                                {"params", parameterMaps(d.parameters)}});
+                                {"params", orvel::parameterMaps(d.parameters)}});
     }
     return list;
 }
