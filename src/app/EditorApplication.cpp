@@ -4,10 +4,12 @@
 #include "addons/UpdateChecker.h"
 #include "app/FileDialogs.h"
 #include "app/ImageProviders.h"
+#include "catalog/AudioEffectCatalog.h"
 #include "catalog/FontCatalog.h"
 #include "core/controller/AppController.h"
 #include "media/AssetLibrary.h"
 #include "ml/DenoiseScratch.h"
+#include "playback/AudioMixer.h"
 #include "playback/PreviewItem.h"
 #include "render/CatalogEffectHooks.h"
 
@@ -83,11 +85,17 @@ void prepareEditorServices()
 {
     loadFontCatalog();
     installCatalogEffectHooks();
+    // Preview and export mix through the audio effect catalog, which loads itself on first use.
+    AudioMixer::setDefaultEffectSpecResolver(
+        [](const Clip &clip) { return AudioEffectCatalog::instance().specsFor(clip); });
     loadEmojiFonts();
     sweepStaleDenoiseFiles();
 
     qmlRegisterType<PreviewItem>(kModuleUri, 1, 0, "PreviewItem");
-    registerSingletons(constructServices());
+    const Services services = constructServices();
+    services.editor->setAudioEffectCatalogLookup(
+        [](const QString &id) { return AudioEffectCatalog::instance().find(id) != nullptr; });
+    registerSingletons(services);
 }
 
 void prepareEditorEngine(QQmlApplicationEngine &engine)

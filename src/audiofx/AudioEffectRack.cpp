@@ -19,17 +19,17 @@ bool AudioEffectRack::configure(const QList<AudioEffectSpec> &specs, int sampleR
         m_nextExpectedUs = -1;
         m_chains.clear();
         m_chainIds.clear();
-        m_signature.clear();
+        m_signatureIds.clear();
         return false;
     }
-    QString signature = QString::number(sampleRate);
-    for (const AudioEffectSpec &spec : specs)
-        signature += QLatin1Char('|') + spec.processorId;
     // Only a change in which effects run, their order or the rate rebuilds, so a parameter
-    // dragged in the inspector during playback keeps echoes and filter state intact.
-    const bool rebuilt = signature != m_signature;
+    // dragged in the inspector during playback keeps echoes and filter state intact. This runs
+    // for every block, so the ids are compared in place rather than joined into a new string.
+    const bool rebuilt = !matchesSignature(specs, sampleRate);
     if (rebuilt) {
-        m_signature = signature;
+        m_signatureIds.clear();
+        for (const AudioEffectSpec &spec : specs)
+            m_signatureIds.push_back(spec.processorId);
         rebuild(specs, sampleRate);
     }
     if (!m_chains.empty()) {
@@ -46,6 +46,18 @@ bool AudioEffectRack::configure(const QList<AudioEffectSpec> &specs, int sampleR
     if (rebuilt)
         reset();
     return !m_chains.empty();
+}
+
+bool AudioEffectRack::matchesSignature(const QList<AudioEffectSpec> &specs, int sampleRate) const
+{
+    if (m_signatureIds.empty() || sampleRate != m_sampleRate ||
+        std::size_t(specs.size()) != m_signatureIds.size())
+        return false;
+    for (qsizetype i = 0; i < specs.size(); ++i) {
+        if (specs[i].processorId != m_signatureIds[std::size_t(i)])
+            return false;
+    }
+    return true;
 }
 
 void AudioEffectRack::rebuild(const QList<AudioEffectSpec> &specs, int sampleRate)

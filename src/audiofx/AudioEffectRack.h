@@ -50,10 +50,12 @@ public:
     int chainCount() const { return int(m_chains.size()); }
 
 private:
+    bool matchesSignature(const QList<AudioEffectSpec> &specs, int sampleRate) const;
     void rebuild(const QList<AudioEffectSpec> &specs, int sampleRate);
 
     ChainFactory m_factory;
-    QString m_signature;
+    // What is built: the rate and every spec's processor id in order, known or not.
+    std::vector<QString> m_signatureIds;
     int m_sampleRate = 0;
     int m_prerollFrames = 0;
     TimeUs m_nextExpectedUs = -1;

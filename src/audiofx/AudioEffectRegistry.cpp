@@ -9,6 +9,8 @@
 #include <QHash>
 
 #include <functional>
+#include <utility>
+#include <vector>
 
 namespace orvel {
 
@@ -16,276 +18,174 @@ namespace {
 
 using ChainBuilder = std::function<void(ChainProcessor &)>;
 using Filter = BandFilterProcessor;
+using Crusher = BitCrusherProcessor;
 
-void buildEq3(ChainProcessor &chain)
+template <typename T> using Setters = std::vector<std::pair<const char *, void (T::*)(float)>>;
+
+template <typename T> T *bindAll(ChainProcessor &chain, T *processor, const Setters<T> &setters)
 {
-    auto *eq = chain.add<ThreeBandEqProcessor>();
-    chain.bind("low", eq, &ThreeBandEqProcessor::setLowDb);
-    chain.bind("mid", eq, &ThreeBandEqProcessor::setMidDb);
-    chain.bind("high", eq, &ThreeBandEqProcessor::setHighDb);
+    for (const auto &[name, setter] : setters)
+        chain.bind(QLatin1String(name), processor, setter);
+    return processor;
 }
 
-void bindCompressorTimes(ChainProcessor &chain, CompressorProcessor *compressor)
+// A chain of one processor built with its defaults, its parameters bound by name.
+template <typename T> ChainBuilder single(Setters<T> setters)
 {
-    chain.bind("ratio", compressor, &CompressorProcessor::setRatio);
-    chain.bind("attack", compressor, &CompressorProcessor::setAttackMs);
-    chain.bind("release", compressor, &CompressorProcessor::setReleaseMs);
+    return [setters = std::move(setters)](ChainProcessor &chain) { bindAll(chain, chain.add<T>(), setters); };
 }
 
-void buildCompressor(ChainProcessor &chain)
+// A high-pass and a low-pass in series, their cutoffs named as the package names them.
+void addBand(ChainProcessor &chain, float lowCutHz, float highCutHz, const char *lowName,
+             const char *highName)
 {
-    auto *compressor = chain.add<CompressorProcessor>();
-    chain.bind("threshold", compressor, &CompressorProcessor::setThresholdDb);
-    bindCompressorTimes(chain, compressor);
-    chain.bind("makeup", compressor, &CompressorProcessor::setMakeup);
+    bindAll(chain, chain.add<Filter>(Filter::highPass, lowCutHz), {{lowName, &Filter::setFrequency}});
+    bindAll(chain, chain.add<Filter>(Filter::lowPass, highCutHz), {{highName, &Filter::setFrequency}});
 }
 
-void buildTape(ChainProcessor &chain)
+void addGrit(ChainProcessor &chain, float bits)
 {
-    auto *compressor = chain.add<CompressorProcessor>();
-    chain.bind("threshold", compressor, &CompressorProcessor::setThresholdLinear);
-    bindCompressorTimes(chain, compressor);
+    bindAll(chain, chain.add<Crusher>(Crusher::linear, bits), {{"grit", &Crusher::setMix}});
 }
 
-void buildLimiter(ChainProcessor &chain)
+ChainBuilder crusher(Crusher::Mode mode)
 {
-    auto *limiter = chain.add<LimiterProcessor>();
-    chain.bind("drive", limiter, &LimiterProcessor::setDrive);
-    chain.bind("ceiling", limiter, &LimiterProcessor::setCeiling);
+    return [mode](ChainProcessor &chain) {
+        bindAll(
+            chain, chain.add<Crusher>(mode, 8.0f),
+            {{"bits", &Crusher::setBits}, {"samples", &Crusher::setHoldSamples}, {"mix", &Crusher::setMix}});
+    };
 }
 
-void buildGate(ChainProcessor &chain)
-{
-    auto *gate = chain.add<GateProcessor>();
-    chain.bind("threshold", gate, &GateProcessor::setThreshold);
-    chain.bind("ratio", gate, &GateProcessor::setRatio);
-    chain.bind("attack", gate, &GateProcessor::setAttackMs);
-    chain.bind("release", gate, &GateProcessor::setReleaseMs);
-}
+const Setters<CompressorProcessor> kCompressorTimes{{"ratio", &CompressorProcessor::setRatio},
+                                                    {"attack", &CompressorProcessor::setAttackMs},
+                                                    {"release", &CompressorProcessor::setReleaseMs}};
 
-void buildDeEsser(ChainProcessor &chain)
+void buildCompressor(ChainProcessor &chain, void (CompressorProcessor::*threshold)(float), bool makeup)
 {
-    auto *deesser = chain.add<DeEsserProcessor>();
-    chain.bind("intensity", deesser, &DeEsserProcessor::setIntensity);
-    chain.bind("amount", deesser, &DeEsserProcessor::setAmount);
-    chain.bind("frequency", deesser, &DeEsserProcessor::setFrequency);
-}
-
-void buildLeveler(ChainProcessor &chain)
-{
-    auto *leveler = chain.add<LevelerProcessor>();
-    chain.bind("strength", leveler, &LevelerProcessor::setStrength);
-    chain.bind("peak", leveler, &LevelerProcessor::setPeak);
-}
-
-void buildPitch(ChainProcessor &chain)
-{
-    auto *pitch = chain.add<SoundTouchPitchProcessor>();
-    chain.bind("pitch", pitch, &SoundTouchPitchProcessor::setPitch);
+    auto *compressor = bindAll(chain, chain.add<CompressorProcessor>(), {{"threshold", threshold}});
+    bindAll(chain, compressor, kCompressorTimes);
+    if (makeup)
+        bindAll(chain, compressor, {{"makeup", &CompressorProcessor::setMakeup}});
 }
 
 void buildDarklord(ChainProcessor &chain)
 {
-    auto *pitch = chain.add<SoundTouchPitchProcessor>();
-    auto *echo = chain.add<EchoProcessor>(0.8f, 0.9f);
-    auto *crusher = chain.add<BitCrusherProcessor>(BitCrusherProcessor::linear, 10.0f);
-    chain.bind("pitch", pitch, &SoundTouchPitchProcessor::setPitch);
-    chain.bind("echo_delay", echo, &EchoProcessor::setDelayMs);
-    chain.bind("echo_decay", echo, &EchoProcessor::setDecay);
-    chain.bind("grit", crusher, &BitCrusherProcessor::setMix);
-}
-
-void buildTremolo(ChainProcessor &chain)
-{
-    auto *tremolo = chain.add<TremoloProcessor>();
-    chain.bind("rate", tremolo, &TremoloProcessor::setRateHz);
-    chain.bind("freq", tremolo, &TremoloProcessor::setRateHz);
-    chain.bind("depth", tremolo, &TremoloProcessor::setDepth);
-}
-
-void buildVibrato(ChainProcessor &chain)
-{
-    auto *vibrato = chain.add<VibratoProcessor>();
-    chain.bind("rate", vibrato, &VibratoProcessor::setRateHz);
-    chain.bind("depth", vibrato, &VibratoProcessor::setDepth);
-}
-
-void buildFlanger(ChainProcessor &chain)
-{
-    auto *flanger = chain.add<FlangerProcessor>();
-    chain.bind("speed", flanger, &FlangerProcessor::setSpeedHz);
-    chain.bind("rate", flanger, &FlangerProcessor::setSpeedHz);
-    chain.bind("delay", flanger, &FlangerProcessor::setDelayMs);
-    chain.bind("depth", flanger, &FlangerProcessor::setDepthMs);
-    chain.bind("regen", flanger, &FlangerProcessor::setRegenPercent);
-    chain.bind("mix", flanger, &FlangerProcessor::setMixPercent);
-    chain.bind("phase", flanger, &FlangerProcessor::setPhaseDegrees);
-    chain.bind("invert", flanger, &FlangerProcessor::setInvert);
-}
-
-void bindCutoffs(ChainProcessor &chain, Filter *highPass, Filter *lowPass, const char *lowName,
-                 const char *highName)
-{
-    chain.bind(lowName, highPass, &Filter::setFrequency);
-    chain.bind(highName, lowPass, &Filter::setFrequency);
-}
-
-void buildBandlimit(ChainProcessor &chain)
-{
-    auto *highPass = chain.add<Filter>(Filter::highPass, 300.0f);
-    auto *lowPass = chain.add<Filter>(Filter::lowPass, 3400.0f);
-    bindCutoffs(chain, highPass, lowPass, "low_cut", "high_cut");
-}
-
-void buildWalkie(ChainProcessor &chain)
-{
-    auto *highPass = chain.add<Filter>(Filter::highPass, 400.0f);
-    auto *lowPass = chain.add<Filter>(Filter::lowPass, 3000.0f);
-    auto *crusher = chain.add<BitCrusherProcessor>(BitCrusherProcessor::linear, 6.0f);
-    bindCutoffs(chain, highPass, lowPass, "low_cut", "high_cut");
-    chain.bind("grit", crusher, &BitCrusherProcessor::setMix);
+    bindAll(chain, chain.add<SoundTouchPitchProcessor>(), {{"pitch", &SoundTouchPitchProcessor::setPitch}});
+    bindAll(chain, chain.add<EchoProcessor>(0.8f, 0.9f),
+            {{"echo_delay", &EchoProcessor::setDelayMs}, {"echo_decay", &EchoProcessor::setDecay}});
+    addGrit(chain, 10.0f);
 }
 
 void buildMegaphone(ChainProcessor &chain)
 {
-    auto *bandPass = chain.add<Filter>(Filter::bandPass, 1500.0f);
-    auto *crusher = chain.add<BitCrusherProcessor>(BitCrusherProcessor::linear, 8.0f);
-    chain.bind("center", bandPass, &Filter::setFrequency);
-    chain.bind("width", bandPass, &Filter::setWidth);
-    chain.bind("grit", crusher, &BitCrusherProcessor::setMix);
+    bindAll(chain, chain.add<Filter>(Filter::bandPass, 1500.0f),
+            {{"center", &Filter::setFrequency}, {"width", &Filter::setWidth}});
+    addGrit(chain, 8.0f);
 }
 
 void buildUnderwater(ChainProcessor &chain)
 {
-    auto *lowPass = chain.add<Filter>(Filter::lowPass, 500.0f);
-    auto *chorus = chain.add<ChorusProcessor>(1.0f, 0.9f);
+    bindAll(chain, chain.add<Filter>(Filter::lowPass, 500.0f), {{"cutoff", &Filter::setFrequency}});
+    auto *chorus = bindAll(chain, chain.add<ChorusProcessor>(1.0f, 0.9f),
+                           {{"wet", &ChorusProcessor::setInGain}, {"motion", &ChorusProcessor::setSpeedHz}});
     chorus->setDelayMs(50.0f);
     chorus->setDecay(0.4f);
     chorus->setDepth(2.0f);
-    chain.bind("cutoff", lowPass, &Filter::setFrequency);
-    chain.bind("wet", chorus, &ChorusProcessor::setInGain);
-    chain.bind("motion", chorus, &ChorusProcessor::setSpeedHz);
 }
 
 void buildMuffled(ChainProcessor &chain)
 {
-    auto *lowPass = chain.add<Filter>(Filter::lowPass, 800.0f);
-    auto *gain = chain.add<GainProcessor>(1.0f);
-    chain.bind("cutoff", lowPass, &Filter::setFrequency);
-    chain.bind("gain", gain, &GainProcessor::setGain);
-}
-
-void bindCrusher(ChainProcessor &chain, BitCrusherProcessor *crusher)
-{
-    chain.bind("bits", crusher, &BitCrusherProcessor::setBits);
-    chain.bind("samples", crusher, &BitCrusherProcessor::setHoldSamples);
-    chain.bind("mix", crusher, &BitCrusherProcessor::setMix);
-}
-
-void buildBitcrush(ChainProcessor &chain)
-{
-    bindCrusher(chain, chain.add<BitCrusherProcessor>(BitCrusherProcessor::linear, 8.0f));
-}
-
-void buildBitcrushLog(ChainProcessor &chain)
-{
-    bindCrusher(chain, chain.add<BitCrusherProcessor>(BitCrusherProcessor::logarithmic, 8.0f));
+    bindAll(chain, chain.add<Filter>(Filter::lowPass, 800.0f), {{"cutoff", &Filter::setFrequency}});
+    bindAll(chain, chain.add<GainProcessor>(1.0f), {{"gain", &GainProcessor::setGain}});
 }
 
 void buildVinyl(ChainProcessor &chain)
 {
-    auto *highPass = chain.add<Filter>(Filter::highPass, 200.0f);
-    auto *lowPass = chain.add<Filter>(Filter::lowPass, 6000.0f);
-    auto *vibrato = chain.add<VibratoProcessor>();
-    bindCutoffs(chain, highPass, lowPass, "highpass", "lowpass");
-    chain.bind("wobble", vibrato, &VibratoProcessor::setRateHz);
-    chain.bind("flutter", vibrato, &VibratoProcessor::setDepth);
-}
-
-void buildCrystalizer(ChainProcessor &chain)
-{
-    auto *crystalizer = chain.add<CrystalizerProcessor>();
-    chain.bind("intensity", crystalizer, &CrystalizerProcessor::setIntensity);
-    chain.bind("colors", crystalizer, &CrystalizerProcessor::setColors);
-}
-
-void buildEcho(ChainProcessor &chain)
-{
-    auto *echo = chain.add<EchoProcessor>();
-    chain.bind("delay", echo, &EchoProcessor::setDelayMs);
-    chain.bind("decay", echo, &EchoProcessor::setDecay);
-    chain.bind("in_gain", echo, &EchoProcessor::setInGain);
-    chain.bind("out_gain", echo, &EchoProcessor::setOutGain);
-}
-
-void buildChorus(ChainProcessor &chain)
-{
-    auto *chorus = chain.add<ChorusProcessor>();
-    chain.bind("in_gain", chorus, &ChorusProcessor::setInGain);
-    chain.bind("out_gain", chorus, &ChorusProcessor::setOutGain);
-    chain.bind("delay", chorus, &ChorusProcessor::setDelayMs);
-    chain.bind("decay", chorus, &ChorusProcessor::setDecay);
-    chain.bind("speed", chorus, &ChorusProcessor::setSpeedHz);
-    chain.bind("depth", chorus, &ChorusProcessor::setDepth);
-}
-
-void buildPhaser(ChainProcessor &chain)
-{
-    auto *phaser = chain.add<PhaserProcessor>();
-    chain.bind("in_gain", phaser, &PhaserProcessor::setInGain);
-    chain.bind("out_gain", phaser, &PhaserProcessor::setOutGain);
-    chain.bind("delay", phaser, &PhaserProcessor::setDelay);
-    chain.bind("decay", phaser, &PhaserProcessor::setDecay);
-    chain.bind("speed", phaser, &PhaserProcessor::setSpeedHz);
-}
-
-void buildAutopan(ChainProcessor &chain)
-{
-    auto *pan = chain.add<AutoPanProcessor>();
-    chain.bind("rate", pan, &AutoPanProcessor::setRateHz);
-    chain.bind("amount", pan, &AutoPanProcessor::setAmount);
-    chain.bind("level_in", pan, &AutoPanProcessor::setLevelIn);
-    chain.bind("level_out", pan, &AutoPanProcessor::setLevelOut);
-}
-
-void buildStereoWiden(ChainProcessor &chain)
-{
-    auto *widen = chain.add<StereoWidenProcessor>();
-    chain.bind("delay", widen, &StereoWidenProcessor::setDelayMs);
-    chain.bind("feedback", widen, &StereoWidenProcessor::setFeedback);
-    chain.bind("crossfeed", widen, &StereoWidenProcessor::setCrossfeed);
-    chain.bind("drymix", widen, &StereoWidenProcessor::setDryMix);
+    addBand(chain, 200.0f, 6000.0f, "highpass", "lowpass");
+    bindAll(chain, chain.add<VibratoProcessor>(),
+            {{"wobble", &VibratoProcessor::setRateHz}, {"flutter", &VibratoProcessor::setDepth}});
 }
 
 const QHash<QString, ChainBuilder> &registry()
 {
+    using Eq = ThreeBandEqProcessor;
+    using Flanger = FlangerProcessor;
+    using Chorus = ChorusProcessor;
+    using Phaser = PhaserProcessor;
+    using Pan = AutoPanProcessor;
+    using Widen = StereoWidenProcessor;
     static const QHash<QString, ChainBuilder> table{
-        {QStringLiteral("eq3"), buildEq3},
-        {QStringLiteral("compressor"), buildCompressor},
-        {QStringLiteral("tape"), buildTape},
-        {QStringLiteral("limiter"), buildLimiter},
-        {QStringLiteral("gate"), buildGate},
-        {QStringLiteral("deesser"), buildDeEsser},
-        {QStringLiteral("leveler"), buildLeveler},
-        {QStringLiteral("pitch"), buildPitch},
-        {QStringLiteral("darklord"), buildDarklord},
-        {QStringLiteral("tremolo"), buildTremolo},
-        {QStringLiteral("vibrato"), buildVibrato},
-        {QStringLiteral("flanger"), buildFlanger},
-        {QStringLiteral("bandlimit"), buildBandlimit},
-        {QStringLiteral("walkie"), buildWalkie},
-        {QStringLiteral("megaphone"), buildMegaphone},
-        {QStringLiteral("underwater"), buildUnderwater},
-        {QStringLiteral("muffled"), buildMuffled},
-        {QStringLiteral("bitcrush"), buildBitcrush},
-        {QStringLiteral("bitcrush_log"), buildBitcrushLog},
-        {QStringLiteral("vinyl"), buildVinyl},
-        {QStringLiteral("crystalizer"), buildCrystalizer},
-        {QStringLiteral("echo"), buildEcho},
-        {QStringLiteral("chorus"), buildChorus},
-        {QStringLiteral("phaser"), buildPhaser},
-        {QStringLiteral("autopan"), buildAutopan},
-        {QStringLiteral("stereowiden"), buildStereoWiden},
+        {"eq3", single<Eq>({{"low", &Eq::setLowDb}, {"mid", &Eq::setMidDb}, {"high", &Eq::setHighDb}})},
+        {"compressor",
+         [](ChainProcessor &chain) { buildCompressor(chain, &CompressorProcessor::setThresholdDb, true); }},
+        {"tape",
+         [](ChainProcessor &chain) {
+             buildCompressor(chain, &CompressorProcessor::setThresholdLinear, false);
+         }},
+        {"limiter", single<LimiterProcessor>({{"drive", &LimiterProcessor::setDrive},
+                                              {"ceiling", &LimiterProcessor::setCeiling}})},
+        {"gate", single<GateProcessor>({{"threshold", &GateProcessor::setThreshold},
+                                        {"ratio", &GateProcessor::setRatio},
+                                        {"attack", &GateProcessor::setAttackMs},
+                                        {"release", &GateProcessor::setReleaseMs}})},
+        {"deesser", single<DeEsserProcessor>({{"intensity", &DeEsserProcessor::setIntensity},
+                                              {"amount", &DeEsserProcessor::setAmount},
+                                              {"frequency", &DeEsserProcessor::setFrequency}})},
+        {"leveler", single<LevelerProcessor>({{"strength", &LevelerProcessor::setStrength},
+                                              {"peak", &LevelerProcessor::setPeak}})},
+        {"pitch", single<SoundTouchPitchProcessor>({{"pitch", &SoundTouchPitchProcessor::setPitch}})},
+        {"darklord", buildDarklord},
+        {"tremolo", single<TremoloProcessor>({{"rate", &TremoloProcessor::setRateHz},
+                                              {"freq", &TremoloProcessor::setRateHz},
+                                              {"depth", &TremoloProcessor::setDepth}})},
+        {"vibrato", single<VibratoProcessor>(
+                        {{"rate", &VibratoProcessor::setRateHz}, {"depth", &VibratoProcessor::setDepth}})},
+        {"flanger", single<Flanger>({{"speed", &Flanger::setSpeedHz},
+                                     {"rate", &Flanger::setSpeedHz},
+                                     {"delay", &Flanger::setDelayMs},
+                                     {"depth", &Flanger::setDepthMs},
+                                     {"regen", &Flanger::setRegenPercent},
+                                     {"mix", &Flanger::setMixPercent},
+                                     {"phase", &Flanger::setPhaseDegrees},
+                                     {"invert", &Flanger::setInvert}})},
+        {"bandlimit", [](ChainProcessor &chain) { addBand(chain, 300.0f, 3400.0f, "low_cut", "high_cut"); }},
+        {"walkie",
+         [](ChainProcessor &chain) {
+             addBand(chain, 400.0f, 3000.0f, "low_cut", "high_cut");
+             addGrit(chain, 6.0f);
+         }},
+        {"megaphone", buildMegaphone},
+        {"underwater", buildUnderwater},
+        {"muffled", buildMuffled},
+        {"bitcrush", crusher(Crusher::linear)},
+        {"bitcrush_log", crusher(Crusher::logarithmic)},
+        {"vinyl", buildVinyl},
+        {"crystalizer", single<CrystalizerProcessor>({{"intensity", &CrystalizerProcessor::setIntensity},
+                                                      {"colors", &CrystalizerProcessor::setColors}})},
+        {"echo", single<EchoProcessor>({{"delay", &EchoProcessor::setDelayMs},
+                                        {"decay", &EchoProcessor::setDecay},
+                                        {"in_gain", &EchoProcessor::setInGain},
+                                        {"out_gain", &EchoProcessor::setOutGain}})},
+        {"chorus", single<Chorus>({{"in_gain", &Chorus::setInGain},
+                                   {"out_gain", &Chorus::setOutGain},
+                                   {"delay", &Chorus::setDelayMs},
+                                   {"decay", &Chorus::setDecay},
+                                   {"speed", &Chorus::setSpeedHz},
+                                   {"depth", &Chorus::setDepth}})},
+        {"phaser", single<Phaser>({{"in_gain", &Phaser::setInGain},
+                                   {"out_gain", &Phaser::setOutGain},
+                                   {"delay", &Phaser::setDelay},
+                                   {"decay", &Phaser::setDecay},
+                                   {"speed", &Phaser::setSpeedHz}})},
+        {"autopan", single<Pan>({{"rate", &Pan::setRateHz},
+                                 {"amount", &Pan::setAmount},
+                                 {"level_in", &Pan::setLevelIn},
+                                 {"level_out", &Pan::setLevelOut}})},
+        {"stereowiden", single<Widen>({{"delay", &Widen::setDelayMs},
+                                       {"feedback", &Widen::setFeedback},
+                                       {"crossfeed", &Widen::setCrossfeed},
+                                       {"drymix", &Widen::setDryMix}})},
     };
     return table;
 }

@@ -1,23 +1,12 @@
 #include "audiofx/BasicProcessors.h"
 
+#include "audiofx/ProcessorSupport.h"
+
 #include <algorithm>
 
 namespace orvel {
 
-namespace {
-
-juce::dsp::ProcessSpec toJuceSpec(const AudioProcessSpec &spec)
-{
-    return {spec.sampleRate, spec.maximumBlockSize, spec.numChannels};
-}
-
-void prepareRamp(SmoothedGain &value, double sampleRate)
-{
-    value.reset(sampleRate, kParameterRampSeconds);
-    value.setCurrentAndTargetValue(value.getTargetValue());
-}
-
-} // namespace
+using namespace fxdetail;
 
 GainProcessor::GainProcessor(float gain)
 {
@@ -31,7 +20,7 @@ void GainProcessor::setGain(float gain)
 
 void GainProcessor::prepare(const AudioProcessSpec &spec)
 {
-    prepareRamp(m_gain, spec.sampleRate);
+    prepareSmoothed(m_gain, spec.sampleRate);
 }
 
 void GainProcessor::process(const AudioBlockView &block)
@@ -55,7 +44,7 @@ void GainProcessor::process(const AudioBlockView &block)
 
 void GainProcessor::reset()
 {
-    m_gain.setCurrentAndTargetValue(m_gain.getTargetValue());
+    snapSmoothed(m_gain);
 }
 
 EchoProcessor::EchoProcessor(float inGain, float outGain)
@@ -89,33 +78,51 @@ void EchoProcessor::prepare(const AudioProcessSpec &spec)
 {
     m_sampleRate = spec.sampleRate;
     // A second of delay at this rate, with a little room for the interpolator.
-    m_line.setMaximumDelayInSamples(std::max(64, int(4 + 1.05 * spec.sampleRate)));
-    m_line.prepare(toJuceSpec(spec));
-    prepareRamp(m_decay, spec.sampleRate);
-    prepareRamp(m_inGain, spec.sampleRate);
-    prepareRamp(m_outGain, spec.sampleRate);
+    m_line.prepare(int(spec.numChannels), std::max(64, int(4 + 1.05 * spec.sampleRate)),
+                   int(spec.maximumBlockSize));
+    m_delayed.assign(spec.maximumBlockSize, 0.0f);
+    prepareSmoothed(m_decay, spec.sampleRate);
+    prepareSmoothed(m_inGain, spec.sampleRate);
+    prepareSmoothed(m_outGain, spec.sampleRate);
 }
 
 void EchoProcessor::process(const AudioBlockView &block)
 {
     // The delay jumps rather than glides, so it is set once for the block.
-    m_line.setDelay(std::max(float(m_delayMs * m_sampleRate / 1000.0), 1.0f));
-    const bool smoothing = m_decay.isSmoothing() || m_inGain.isSmoothing() || m_outGain.isSmoothing();
-    float decay = m_decay.getTargetValue();
-    float inGain = m_inGain.getTargetValue();
-    float outGain = m_outGain.getTargetValue();
-    for (std::size_t i = 0; i < block.frameCount; ++i) {
-        if (smoothing) {
-            decay = m_decay.getNextValue();
-            inGain = m_inGain.getNextValue();
-            outGain = m_outGain.getNextValue();
+    const DelayRing::Tap tap = m_line.tap(std::max(float(m_delayMs * m_sampleRate / 1000.0), 1.0f));
+    if (m_decay.isSmoothing() || m_inGain.isSmoothing() || m_outGain.isSmoothing()) {
+        for (std::size_t i = 0; i < block.frameCount; ++i) {
+            const float decay = m_decay.getNextValue();
+            const float inGain = m_inGain.getNextValue();
+            const float outGain = m_outGain.getNextValue();
+            for (std::uint32_t c = 0; c < block.channelCount; ++c) {
+                float &sample = block.channel(c)[i];
+                const float dry = inGain * sample;
+                const float delayed = m_line.pop(c, tap);
+                m_line.push(c, dry);
+                sample = (decay * delayed + dry) * outGain;
+            }
         }
-        for (std::uint32_t c = 0; c < block.channelCount; ++c) {
-            float &sample = block.channel(c)[i];
-            const float dry = inGain * sample;
-            const float delayed = m_line.popSample(int(c));
-            m_line.pushSample(int(c), dry);
-            sample = (decay * delayed + dry) * outGain;
+        return;
+    }
+    // Settled gains: each channel runs through its own line in one pass.
+    const float decay = m_decay.getTargetValue();
+    const float inGain = m_inGain.getTargetValue();
+    const float outGain = m_outGain.getTargetValue();
+    for (std::uint32_t c = 0; c < block.channelCount; ++c) {
+        float *samples = block.channel(c);
+        for (std::size_t i = 0; i < block.frameCount; ++i)
+            samples[i] *= inGain;
+        if (m_line.popPushBlock(c, tap, samples, m_delayed.data(), block.frameCount)) {
+            for (std::size_t i = 0; i < block.frameCount; ++i)
+                samples[i] = (decay * m_delayed[i] + samples[i]) * outGain;
+            continue;
+        }
+        for (std::size_t i = 0; i < block.frameCount; ++i) {
+            const float dry = samples[i];
+            const float delayed = m_line.pop(c, tap);
+            m_line.push(c, dry);
+            samples[i] = (decay * delayed + dry) * outGain;
         }
     }
 }
@@ -123,9 +130,9 @@ void EchoProcessor::process(const AudioBlockView &block)
 void EchoProcessor::reset()
 {
     m_line.reset();
-    m_decay.setCurrentAndTargetValue(m_decay.getTargetValue());
-    m_inGain.setCurrentAndTargetValue(m_inGain.getTargetValue());
-    m_outGain.setCurrentAndTargetValue(m_outGain.getTargetValue());
+    snapSmoothed(m_decay);
+    snapSmoothed(m_inGain);
+    snapSmoothed(m_outGain);
 }
 
 BandFilterProcessor::BandFilterProcessor(Mode mode, float frequencyHz, float widthHz)
@@ -151,16 +158,13 @@ void BandFilterProcessor::setWidth(float widthHz)
 void BandFilterProcessor::prepare(const AudioProcessSpec &spec)
 {
     m_sampleRate = spec.sampleRate;
-    m_filters.clear();
-    m_filters.resize(spec.numChannels);
+    m_filter.prepare(spec.numChannels);
     updateCoefficients();
-    for (auto &filter : m_filters)
-        filter.prepare({spec.sampleRate, spec.maximumBlockSize, 1});
 }
 
 void BandFilterProcessor::updateCoefficients()
 {
-    if (m_sampleRate <= 0.0 || m_filters.empty())
+    if (m_sampleRate <= 0.0)
         return;
     const float top = std::min(float(0.45 * m_sampleRate), m_frequencyHz);
     const float frequency = std::max(20.0f, top);
@@ -173,26 +177,17 @@ void BandFilterProcessor::updateCoefficients()
         const float q = std::clamp(frequency / std::max(m_widthHz, 1.0f), 0.1f, 20.0f);
         coefficients = juce::dsp::IIR::Coefficients<float>::makeBandPass(m_sampleRate, frequency, q);
     }
-    for (auto &filter : m_filters)
-        filter.coefficients = coefficients;
+    m_filter.setCoefficients(coefficients->getRawCoefficients());
 }
 
 void BandFilterProcessor::process(const AudioBlockView &block)
 {
-    const std::uint32_t channels =
-        std::min<std::uint32_t>(block.channelCount, std::uint32_t(m_filters.size()));
-    for (std::uint32_t c = 0; c < channels; ++c) {
-        // The block form runs the biquad's own unrolled loop instead of a generic one per sample.
-        float *samples[] = {block.channel(c)};
-        juce::dsp::AudioBlock<float> mono(samples, 1, block.frameCount);
-        m_filters[c].process(juce::dsp::ProcessContextReplacing<float>(mono));
-    }
+    m_filter.process(block);
 }
 
 void BandFilterProcessor::reset()
 {
-    for (auto &filter : m_filters)
-        filter.reset();
+    m_filter.reset();
 }
 
 } // namespace orvel

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "audiofx/AudioEffectProcessor.h"
+#include "audiofx/Biquad.h"
+#include "audiofx/DelayRing.h"
 
 #include <juce_dsp/juce_dsp.h>
 
@@ -43,7 +45,8 @@ public:
     void reset() override;
 
 private:
-    juce::dsp::DelayLine<float> m_line{65536};
+    DelayRing m_line;
+    std::vector<float> m_delayed; // one block read back from the line
     double m_sampleRate = 48000.0;
     float m_delayMs = 60.0f;
     SmoothedGain m_decay;
@@ -77,7 +80,7 @@ private:
     float m_frequencyHz;
     float m_widthHz;
     double m_sampleRate = 0.0;
-    std::vector<juce::dsp::IIR::Filter<float>> m_filters;
+    Biquad m_filter;
 };
 
 } // namespace orvel

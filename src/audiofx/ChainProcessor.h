@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -34,6 +35,8 @@ public:
     // A name nothing is bound to is ignored: catalogue files may carry parameters that an older
     // or newer build of the processor does not know.
     void setParameter(const QString &name, float value);
+    // Every bound name, so that a catalogue can check its files against the chain.
+    QStringList parameterNames() const { return m_parameters.keys(); }
 
     void prepare(const AudioProcessSpec &spec) override;
     void process(const AudioBlockView &block) override;

@@ -181,20 +181,20 @@ void DeEsserProcessor::updateFilter()
     if (m_sampleRate <= 0.0)
         return;
     auto coefficients = juce::dsp::IIR::Coefficients<float>::makeHighPass(m_sampleRate, highPassHz());
-    for (auto &filter : m_filters)
-        filter.coefficients = coefficients;
+    m_highPass.setCoefficients(coefficients->getRawCoefficients());
 }
 
 void DeEsserProcessor::prepare(const AudioProcessSpec &spec)
 {
     m_sampleRate = spec.sampleRate;
-    m_filters.clear();
-    m_filters.resize(spec.numChannels);
+    m_highPass.prepare(spec.numChannels);
     updateFilter();
-    for (auto &filter : m_filters)
-        filter.prepare({spec.sampleRate, spec.maximumBlockSize, 1});
     m_envelopes.assign(spec.numChannels, 0.0f);
-    m_scratch.assign(spec.numChannels, std::vector<float>(spec.maximumBlockSize, 0.0f));
+    m_scratchFrames = spec.maximumBlockSize;
+    m_scratch.assign(std::size_t(spec.numChannels) * m_scratchFrames, 0.0f);
+    m_scratchChannels.resize(spec.numChannels);
+    for (std::uint32_t c = 0; c < spec.numChannels; ++c)
+        m_scratchChannels[c] = m_scratch.data() + c * m_scratchFrames;
     prepareSmoothed(m_intensity, spec.sampleRate);
     prepareSmoothed(m_amount, spec.sampleRate);
 }
@@ -202,14 +202,13 @@ void DeEsserProcessor::prepare(const AudioProcessSpec &spec)
 void DeEsserProcessor::process(const AudioBlockView &block)
 {
     const std::uint32_t channels =
-        std::min<std::uint32_t>(block.channelCount, std::uint32_t(m_filters.size()));
-    const std::size_t frames = std::min(block.frameCount, m_scratch.empty() ? 0 : m_scratch[0].size());
+        std::min<std::uint32_t>(block.channelCount, std::uint32_t(m_scratchChannels.size()));
+    const std::size_t frames = std::min(block.frameCount, m_scratchFrames);
+    for (std::uint32_t c = 0; c < channels; ++c)
+        std::copy_n(block.channel(c), frames, m_scratchChannels[c]);
+    m_highPass.process({m_scratchChannels.data(), channels, 0, frames});
     for (std::uint32_t c = 0; c < channels; ++c) {
-        float *high = m_scratch[c].data();
-        std::copy_n(block.channel(c), frames, high);
-        float *pointers[] = {high};
-        juce::dsp::AudioBlock<float> mono(pointers, 1, frames);
-        m_filters[c].process(juce::dsp::ProcessContextReplacing<float>(mono));
+        float *high = m_scratchChannels[c];
         for (std::size_t i = 0; i < frames; ++i)
             if (std::abs(high[i]) < 1e-8f)
                 high[i] = 0.0f;
@@ -220,7 +219,7 @@ void DeEsserProcessor::process(const AudioBlockView &block)
         const float intensity = m_intensity.getNextValue();
         const float amount = m_amount.getNextValue();
         for (std::uint32_t c = 0; c < channels; ++c) {
-            const float h = m_scratch[c][i];
+            const float h = m_scratchChannels[c][i];
             float &envelope = m_envelopes[c];
             const float coefficient = std::abs(h) > envelope ? attack : release;
             envelope = (1.0f - coefficient) * std::abs(h) + coefficient * envelope;
@@ -232,8 +231,7 @@ void DeEsserProcessor::process(const AudioBlockView &block)
 
 void DeEsserProcessor::reset()
 {
-    for (auto &filter : m_filters)
-        filter.reset();
+    m_highPass.reset();
     std::fill(m_envelopes.begin(), m_envelopes.end(), 0.0f);
     snapSmoothed(m_intensity);
     snapSmoothed(m_amount);

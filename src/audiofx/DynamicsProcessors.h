@@ -87,9 +87,12 @@ private:
     SmoothedGain m_amount;
     float m_frequency = 0.5f;
     double m_sampleRate = 0.0;
-    std::vector<juce::dsp::IIR::Filter<float>> m_filters;
+    Biquad m_highPass;
     std::vector<float> m_envelopes;
-    std::vector<std::vector<float>> m_scratch;
+    // The high-passed copy of the block, one channel after another.
+    std::vector<float> m_scratch;
+    std::vector<float *> m_scratchChannels;
+    std::size_t m_scratchFrames = 0;
 };
 
 // Raises quiet passages towards a target peak, never lowering anything below unity gain.

@@ -12,39 +12,51 @@ using namespace fxdetail;
 namespace {
 
 // Room for the longest delay a processor reads, at this rate.
-void prepareLine(juce::dsp::DelayLine<float> &line, const AudioProcessSpec &spec, double seconds)
+void prepareLine(DelayRing &line, const AudioProcessSpec &spec, double seconds)
 {
-    line.setMaximumDelayInSamples(std::max(64, int(4 + seconds * spec.sampleRate)));
-    line.prepare(juceSpec(spec));
+    line.prepare(int(spec.numChannels), std::max(64, int(4 + seconds * spec.sampleRate)));
 }
 
 } // namespace
 
-TremoloProcessor::TremoloProcessor()
+LfoProcessor::LfoProcessor(float rateHz, float maxRateHz) : m_rateHz(rateHz), m_maxRateHz(maxRateHz)
 {
     m_depth.setCurrentAndTargetValue(0.5f);
 }
 
-void TremoloProcessor::setRateHz(float rateHz)
+void LfoProcessor::setRateHz(float rateHz)
 {
-    m_rateHz = std::clamp(rateHz, 0.01f, 20000.0f);
+    m_rateHz = std::clamp(rateHz, 0.01f, m_maxRateHz);
 }
 
-void TremoloProcessor::setDepth(float depth)
+void LfoProcessor::setDepth(float depth)
 {
     m_depth.setTargetValue(std::clamp(depth, 0.0f, 1.0f));
 }
 
-void TremoloProcessor::prepare(const AudioProcessSpec &spec)
+void LfoProcessor::prepareLfo(const AudioProcessSpec &spec)
 {
     m_sampleRate = spec.sampleRate;
     prepareSmoothed(m_depth, spec.sampleRate);
     m_phase = 0.0;
 }
 
+void LfoProcessor::resetLfo()
+{
+    m_phase = 0.0;
+    snapSmoothed(m_depth);
+}
+
+TremoloProcessor::TremoloProcessor() : LfoProcessor(5.0f, 20000.0f) {}
+
+void TremoloProcessor::prepare(const AudioProcessSpec &spec)
+{
+    prepareLfo(spec);
+}
+
 void TremoloProcessor::process(const AudioBlockView &block)
 {
-    const double step = m_rateHz / m_sampleRate;
+    const double step = phaseStep();
     for (std::size_t i = 0; i < block.frameCount; ++i) {
         const float depth = m_depth.getNextValue();
         const float lfo = float((std::sin(kTwoPi * (m_phase + 0.25)) + 1.0) * 0.5);
@@ -57,36 +69,20 @@ void TremoloProcessor::process(const AudioBlockView &block)
 
 void TremoloProcessor::reset()
 {
-    m_phase = 0.0;
-    snapSmoothed(m_depth);
+    resetLfo();
 }
 
-VibratoProcessor::VibratoProcessor()
-{
-    m_depth.setCurrentAndTargetValue(0.5f);
-}
-
-void VibratoProcessor::setRateHz(float rateHz)
-{
-    m_rateHz = std::clamp(rateHz, 0.01f, 100.0f);
-}
-
-void VibratoProcessor::setDepth(float depth)
-{
-    m_depth.setTargetValue(std::clamp(depth, 0.0f, 1.0f));
-}
+VibratoProcessor::VibratoProcessor() : LfoProcessor(4.0f, 100.0f) {}
 
 void VibratoProcessor::prepare(const AudioProcessSpec &spec)
 {
-    m_sampleRate = spec.sampleRate;
+    prepareLfo(spec);
     prepareLine(m_line, spec, 0.01);
-    prepareSmoothed(m_depth, spec.sampleRate);
-    m_phase = 0.0;
 }
 
 void VibratoProcessor::process(const AudioBlockView &block)
 {
-    const double step = m_rateHz / m_sampleRate;
+    const double step = phaseStep();
     const float base = float(0.0025 * m_sampleRate);
     for (std::size_t i = 0; i < block.frameCount; ++i) {
         const float depth = m_depth.getNextValue();
@@ -94,8 +90,8 @@ void VibratoProcessor::process(const AudioBlockView &block)
         const float delay = std::max(lfo * depth * base + base, 1.0f);
         for (std::uint32_t c = 0; c < block.channelCount; ++c) {
             float &sample = block.channel(c)[i];
-            m_line.pushSample(int(c), sample);
-            sample = m_line.popSample(int(c), delay);
+            m_line.push(c, sample);
+            sample = m_line.pop(c, delay);
         }
         advancePhase(m_phase, step);
     }
@@ -104,8 +100,7 @@ void VibratoProcessor::process(const AudioBlockView &block)
 void VibratoProcessor::reset()
 {
     m_line.reset();
-    m_phase = 0.0;
-    snapSmoothed(m_depth);
+    resetLfo();
 }
 
 void FlangerProcessor::setSpeedHz(float speedHz)
@@ -162,8 +157,8 @@ void FlangerProcessor::process(const AudioBlockView &block)
             const float lfo = float((std::sin(kTwoPi * phase) + 1.0) * 0.5);
             const float delay = std::max((lfo * m_depthMs + m_delayMs) * framesPerMs, 1.0f);
             float &sample = block.channel(c)[i];
-            const float delayed = m_line.popSample(int(c), delay);
-            m_line.pushSample(int(c), sample + delayed * regen);
+            const float delayed = m_line.pop(c, delay);
+            m_line.push(c, sample + delayed * regen);
             const float out = (delayed * mix + sample) / (mix + 1.0f);
             sample = (c == 1 && m_invert) ? -out : out;
         }
@@ -275,19 +270,19 @@ void StereoWidenProcessor::process(const AudioBlockView &block)
 {
     if (block.channelCount < 2)
         return;
-    const float delay = std::max(float(m_delayMs * m_sampleRate / 1000.0), 1.0f);
+    const DelayRing::Tap tap = m_line.tap(std::max(float(m_delayMs * m_sampleRate / 1000.0), 1.0f));
     float *left = block.channel(0);
     float *right = block.channel(1);
     for (std::size_t i = 0; i < block.frameCount; ++i) {
         const float feedback = m_feedback.getNextValue();
         const float crossfeed = m_crossfeed.getNextValue();
         const float dry = m_dryMix.getNextValue();
-        const float delayedLeft = m_line.popSample(0, delay);
-        const float delayedRight = m_line.popSample(1, delay);
+        const float delayedLeft = m_line.pop(0, tap);
+        const float delayedRight = m_line.pop(1, tap);
         const float x0 = left[i];
         const float x1 = right[i];
-        m_line.pushSample(0, x0 + feedback * delayedRight);
-        m_line.pushSample(1, x1 + feedback * delayedLeft);
+        m_line.push(0, x0 + feedback * delayedRight);
+        m_line.push(1, x1 + feedback * delayedLeft);
         left[i] = x0 * dry - crossfeed * delayedRight;
         right[i] = x1 * dry - crossfeed * delayedLeft;
     }
@@ -301,82 +296,44 @@ void StereoWidenProcessor::reset()
     snapSmoothed(m_dryMix);
 }
 
-ChorusProcessor::ChorusProcessor(float inGain, float outGain)
-    : m_inGain(std::max(inGain, 0.0f)), m_outGain(std::max(outGain, 0.0f))
+ChorusProcessor::ChorusProcessor(float inGain, float outGain) : GainFramedProcessor(inGain, outGain)
 {
-    m_chorus.setCentreDelay(7.0f);
-    m_chorus.setMix(0.5f);
-    m_chorus.setRate(1.0f);
-    m_chorus.setDepth(0.25f);
-}
-
-void ChorusProcessor::setInGain(float gain)
-{
-    m_inGain.setGain(std::max(gain, 0.0f));
-}
-
-void ChorusProcessor::setOutGain(float gain)
-{
-    m_outGain.setGain(std::max(gain, 0.0f));
+    m_effect.setCentreDelay(7.0f);
+    m_effect.setMix(0.5f);
+    m_effect.setRate(1.0f);
+    m_effect.setDepth(0.25f);
 }
 
 void ChorusProcessor::setDelayMs(float delayMs)
 {
-    m_chorus.setCentreDelay(std::clamp(delayMs, 1.0f, 99.0f));
+    m_effect.setCentreDelay(std::clamp(delayMs, 1.0f, 99.0f));
 }
 
 void ChorusProcessor::setDecay(float decay)
 {
-    m_chorus.setMix(std::clamp(decay, 0.0f, 1.0f));
+    m_effect.setMix(std::clamp(decay, 0.0f, 1.0f));
 }
 
 void ChorusProcessor::setSpeedHz(float speedHz)
 {
-    m_chorus.setRate(std::clamp(speedHz, 0.01f, 99.0f));
+    m_effect.setRate(std::clamp(speedHz, 0.01f, 99.0f));
 }
 
 void ChorusProcessor::setDepth(float depth)
 {
-    m_chorus.setDepth(std::clamp(depth / 10.0f, 0.0f, 1.0f));
+    m_effect.setDepth(std::clamp(depth / 10.0f, 0.0f, 1.0f));
 }
 
 void ChorusProcessor::prepare(const AudioProcessSpec &spec)
 {
-    m_inGain.prepare(spec);
-    m_chorus.setFeedback(0.0f);
-    m_chorus.prepare(juceSpec(spec));
-    m_outGain.prepare(spec);
+    m_effect.setFeedback(0.0f);
+    prepareFrame(spec);
 }
 
-void ChorusProcessor::process(const AudioBlockView &block)
+PhaserProcessor::PhaserProcessor() : GainFramedProcessor(1.0f, 1.0f)
 {
-    m_inGain.process(block);
-    auto juce = juceBlock(block);
-    m_chorus.process(juce::dsp::ProcessContextReplacing<float>(juce));
-    m_outGain.process(block);
-}
-
-void ChorusProcessor::reset()
-{
-    m_inGain.reset();
-    m_chorus.reset();
-    m_outGain.reset();
-}
-
-PhaserProcessor::PhaserProcessor()
-{
-    m_phaser.setRate(0.5f);
-    m_phaser.setFeedback(0.5f);
-}
-
-void PhaserProcessor::setInGain(float gain)
-{
-    m_inGain.setGain(std::max(gain, 0.0f));
-}
-
-void PhaserProcessor::setOutGain(float gain)
-{
-    m_outGain.setGain(std::max(gain, 0.0f));
+    m_effect.setRate(0.5f);
+    m_effect.setFeedback(0.5f);
 }
 
 float PhaserProcessor::centreHz() const
@@ -388,43 +345,26 @@ float PhaserProcessor::centreHz() const
 void PhaserProcessor::setDelay(float delay)
 {
     m_delay = std::clamp(delay, 0.0f, 5.0f);
-    m_phaser.setCentreFrequency(centreHz());
+    m_effect.setCentreFrequency(centreHz());
 }
 
 void PhaserProcessor::setDecay(float decay)
 {
-    m_phaser.setFeedback(std::clamp(decay, 0.0f, 0.95f));
+    m_effect.setFeedback(std::clamp(decay, 0.0f, 0.95f));
 }
 
 void PhaserProcessor::setSpeedHz(float speedHz)
 {
-    m_phaser.setRate(std::clamp(speedHz, 0.01f, 99.0f));
+    m_effect.setRate(std::clamp(speedHz, 0.01f, 99.0f));
 }
 
 void PhaserProcessor::prepare(const AudioProcessSpec &spec)
 {
     m_sampleRate = spec.sampleRate;
-    m_inGain.prepare(spec);
-    m_phaser.setDepth(1.0f);
-    m_phaser.setMix(0.5f);
-    m_phaser.setCentreFrequency(centreHz());
-    m_phaser.prepare(juceSpec(spec));
-    m_outGain.prepare(spec);
-}
-
-void PhaserProcessor::process(const AudioBlockView &block)
-{
-    m_inGain.process(block);
-    auto juce = juceBlock(block);
-    m_phaser.process(juce::dsp::ProcessContextReplacing<float>(juce));
-    m_outGain.process(block);
-}
-
-void PhaserProcessor::reset()
-{
-    m_inGain.reset();
-    m_phaser.reset();
-    m_outGain.reset();
+    m_effect.setDepth(1.0f);
+    m_effect.setMix(0.5f);
+    m_effect.setCentreFrequency(centreHz());
+    prepareFrame(spec);
 }
 
 } // namespace orvel

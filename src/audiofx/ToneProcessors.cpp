@@ -23,18 +23,27 @@ float eqGainFactor(float gainDb)
 
 void ThreeBandEqProcessor::setLowDb(float gainDb)
 {
+    // The rack applies every value before each block; only a real change recomputes the bands.
+    if (gainDb == m_lowDb)
+        return;
     m_lowDb = gainDb;
     updateCoefficients();
 }
 
 void ThreeBandEqProcessor::setMidDb(float gainDb)
 {
+    // The rack applies every value before each block; only a real change recomputes the bands.
+    if (gainDb == m_midDb)
+        return;
     m_midDb = gainDb;
     updateCoefficients();
 }
 
 void ThreeBandEqProcessor::setHighDb(float gainDb)
 {
+    // The rack applies every value before each block; only a real change recomputes the bands.
+    if (gainDb == m_highDb)
+        return;
     m_highDb = gainDb;
     updateCoefficients();
 }
@@ -63,41 +72,29 @@ void ThreeBandEqProcessor::updateCoefficients()
     auto low = Coefficients::makeLowShelf(rate, lowShelfHz(rate), 0.707f, eqGainFactor(m_lowDb));
     auto mid = Coefficients::makePeakFilter(rate, peakHz(rate), 1.2f, eqGainFactor(m_midDb));
     auto high = Coefficients::makeHighShelf(rate, highShelfHz(rate), 0.707f, eqGainFactor(m_highDb));
-    for (auto &bands : m_filters) {
-        bands[0].coefficients = low;
-        bands[1].coefficients = mid;
-        bands[2].coefficients = high;
-    }
+    m_bands[0].setCoefficients(low->getRawCoefficients());
+    m_bands[1].setCoefficients(mid->getRawCoefficients());
+    m_bands[2].setCoefficients(high->getRawCoefficients());
 }
 
 void ThreeBandEqProcessor::prepare(const AudioProcessSpec &spec)
 {
     m_sampleRate = spec.sampleRate;
-    m_filters.clear();
-    m_filters.resize(spec.numChannels);
+    for (Biquad &band : m_bands)
+        band.prepare(spec.numChannels);
     updateCoefficients();
-    for (auto &bands : m_filters)
-        for (auto &filter : bands)
-            filter.prepare({spec.sampleRate, spec.maximumBlockSize, 1});
 }
 
 void ThreeBandEqProcessor::process(const AudioBlockView &block)
 {
-    const std::uint32_t channels =
-        std::min<std::uint32_t>(block.channelCount, std::uint32_t(m_filters.size()));
-    for (std::uint32_t c = 0; c < channels; ++c) {
-        float *samples[] = {block.channel(c)};
-        juce::dsp::AudioBlock<float> mono(samples, 1, block.frameCount);
-        for (auto &filter : m_filters[c])
-            filter.process(juce::dsp::ProcessContextReplacing<float>(mono));
-    }
+    for (Biquad &band : m_bands)
+        band.process(block);
 }
 
 void ThreeBandEqProcessor::reset()
 {
-    for (auto &bands : m_filters)
-        for (auto &filter : bands)
-            filter.reset();
+    for (Biquad &band : m_bands)
+        band.reset();
 }
 
 BitCrusherProcessor::BitCrusherProcessor(Mode mode, float bits)

@@ -33,7 +33,7 @@ private:
     float m_midDb = 0.0f;
     float m_highDb = 0.0f;
     double m_sampleRate = 0.0;
-    std::vector<std::array<juce::dsp::IIR::Filter<float>, 3>> m_filters;
+    std::array<Biquad, 3> m_bands; // low shelf, peak, high shelf
 };
 
 // Reduces bit depth and holds samples, blended with the dry signal.

@@ -52,7 +52,31 @@ void reverseFrames(QList<float> &samples, int frames)
     }
 }
 
+QMutex &defaultResolverMutex()
+{
+    static QMutex mutex;
+    return mutex;
+}
+
+AudioMixer::EffectSpecResolver &defaultResolver()
+{
+    static AudioMixer::EffectSpecResolver resolver;
+    return resolver;
+}
+
 } // namespace
+
+AudioMixer::AudioMixer()
+{
+    QMutexLocker lock(&defaultResolverMutex());
+    m_resolveEffects = defaultResolver();
+}
+
+void AudioMixer::setDefaultEffectSpecResolver(EffectSpecResolver resolver)
+{
+    QMutexLocker lock(&defaultResolverMutex());
+    defaultResolver() = std::move(resolver);
+}
 
 void AudioMixer::mix(TimeUs timeUs, int frameCount, int sampleRate, float *out)
 {
@@ -62,8 +86,12 @@ void AudioMixer::mix(TimeUs timeUs, int frameCount, int sampleRate, float *out)
     std::fill_n(out, std::size_t(frameCount) * 2, 0.0f);
     for (const Track &track : project->tracks)
         mixTrack(track, timeUs, frameCount, sampleRate, out);
-    for (std::size_t i = 0; i < std::size_t(frameCount) * 2; ++i)
-        out[i] = softLimit(out[i]);
+    // Most sums lie below the limiter's knee, where it leaves them alone; only the others pay
+    // for the call.
+    for (std::size_t i = 0; i < std::size_t(frameCount) * 2; ++i) {
+        if (std::fabs(out[i]) > 0.95f)
+            out[i] = softLimit(out[i]);
+    }
 }
 
 void AudioMixer::mixTrack(const Track &track, TimeUs timeUs, int frameCount, int sampleRate, float *out)
@@ -90,8 +118,8 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
     const TimeUs blockUs = framesToUs(frameCount, sampleRate);
     if (!clipOverlapsBlock(clip, timeUs, timeUs + blockUs - 1))
         return;
-    const QList<float> samples = processedClipSamples(clip, timeUs, frameCount, sampleRate);
-    const int frames = std::min(frameCount, int(samples.size() / 2));
+    const float *samples = processedClipSamples(clip, timeUs, frameCount, sampleRate);
+    const int frames = frameCount;
     const bool fades =
         fadesTouchBlock(clip, timeUs, timeUs + framesToUs(std::max(frames - 1, 0), sampleRate));
     // One key is a constant volume: evaluate it once, not per frame.
@@ -100,8 +128,9 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
     const bool transitions = !windows.isEmpty();
     if (!fades && !volume && !transitions) {
         // One gain for the whole block: no per-frame times to work out.
+        const float gain = float(steadyGain);
         for (int i = 0; i < 2 * frames; ++i)
-            out[i] += float(steadyGain * samples[i]);
+            out[i] += gain * samples[i];
         return;
     }
     for (int i = 0; i < frames; ++i) {
@@ -122,10 +151,15 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
     }
 }
 
-QList<float> AudioMixer::processedClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate)
+const float *AudioMixer::processedClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate)
 {
-    if (clip.audioEffects.isEmpty())
-        return readClipSamples(clip, timeUs, frameCount, sampleRate);
+    // One buffer for every clip of every block: mixing allocates nothing once it has grown.
+    m_clipBlock.assign(std::size_t(frameCount) * 2, 0.0f);
+    float *samples = m_clipBlock.data();
+    if (clip.audioEffects.isEmpty()) {
+        readClipInto(clip, timeUs, frameCount, sampleRate, samples);
+        return samples;
+    }
     const QList<AudioEffectSpec> specs = m_resolveEffects ? m_resolveEffects(clip) : QList<AudioEffectSpec>();
     const std::shared_ptr<AudioEffectRack> rack = rackFor(clip.id);
     const TimeUs expectedUs = rack->nextExpectedUs();
@@ -142,11 +176,9 @@ QList<float> AudioMixer::processedClipSamples(const Clip &clip, TimeUs timeUs, i
             rack->process(before.constData(), nullptr, preroll);
         }
     }
-    QList<float> samples = readClipSamples(clip, timeUs, frameCount, sampleRate);
-    if (active) {
-        float *data = samples.data();
-        rack->process(data, data, frameCount);
-    }
+    readClipInto(clip, timeUs, frameCount, sampleRate, samples);
+    if (active)
+        rack->process(samples, samples, frameCount);
     rack->setNextExpectedUs(timeUs + framesToUs(frameCount, sampleRate));
     return samples;
 }
@@ -196,11 +228,17 @@ void AudioMixer::setTransitionCurveLookup(TransitionCurveLookup lookup)
 QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate)
 {
     QList<float> result(2 * std::max(frameCount, 0), 0.0f);
+    readClipInto(clip, timeUs, frameCount, sampleRate, result.data());
+    return result;
+}
+
+void AudioMixer::readClipInto(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate, float *result)
+{
     if (frameCount < 1 || sampleRate < 1)
-        return result;
+        return;
     const TimeUs blockEndUs = timeUs + framesToUs(frameCount, sampleRate);
     if (blockEndUs <= clip.timelineStartUs || timeUs >= clip.timelineEndUs())
-        return result;
+        return;
     const TimeUs startUs = std::max(timeUs, clip.timelineStartUs);
     const int offset = int((startUs - timeUs) * sampleRate / 1'000'000);
     const int count = std::max(frameCount - offset, 1);
@@ -211,9 +249,9 @@ QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int fr
     if (speed != 1.0 && !clip.reverse && !clip.speedCurve.isActive()) {
         // A constant speed played forwards streams through one kept filter.
         readRetimed(clip, *state, startUs, speed, sampleRate, std::min(count, frameCount - offset),
-                    result.data() + 2 * offset);
+                    result + 2 * offset);
         state->nextTimelineUs = blockEndUs;
-        return result;
+        return;
     }
     state->nextTimelineUs = -1;
     const int sourceFrames = std::max(int(std::llround(count * speed)), 1);
@@ -222,18 +260,23 @@ QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int fr
     if (clip.reverse)
         sourceStartUs = std::max(sourceStartUs - sourceLengthUs, TimeUs(0));
 
+    if (speed == 1.0 && !clip.reverse) {
+        // The common case: straight from the read-ahead buffer into the block.
+        state->source.read(clip.path, sourceStartUs, std::min(count, frameCount - offset), sampleRate,
+                           result + 2 * offset);
+        return;
+    }
     QList<float> samples(2 * sourceFrames, 0.0f);
     const int read = state->source.read(clip.path, sourceStartUs, sourceFrames, sampleRate, samples.data());
     if (read < 1)
-        return result;
+        return;
     if (clip.reverse)
         reverseFrames(samples, read);
     if (speed != 1.0)
         samples = retimeAudio(samples, read, sampleRate, speed, count);
     const int available = int(samples.size() / 2);
     const int copy = std::min({count, available, frameCount - offset});
-    std::copy_n(samples.constData(), 2 * std::max(copy, 0), result.data() + 2 * offset);
-    return result;
+    std::copy_n(samples.constData(), 2 * std::max(copy, 0), result + 2 * offset);
 }
 
 void AudioMixer::readRetimed(const Clip &clip, ClipReadState &state, TimeUs startUs, double speed,

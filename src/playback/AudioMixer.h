@@ -30,7 +30,8 @@ public:
     // The rack specs for a clip's audio effects, as the audio effect catalogue resolves them.
     using EffectSpecResolver = std::function<QList<AudioEffectSpec>(const Clip &clip)>;
 
-    AudioMixer() = default;
+    // Starts with the process-wide default resolver, if one was set.
+    AudioMixer();
     AudioMixer(const AudioMixer &) = delete;
     AudioMixer &operator=(const AudioMixer &) = delete;
 
@@ -47,6 +48,9 @@ public:
     // transition crossfades. Both stand for catalogues that are loaded elsewhere.
     void setEffectSpecResolver(EffectSpecResolver resolver);
     void setTransitionCurveLookup(TransitionCurveLookup lookup);
+    // The resolver each new mixer starts with. The editor sets it from the audio effect catalog
+    // at start-up, so the preview's mixer and every export's own mixer find the same effects.
+    static void setDefaultEffectSpecResolver(EffectSpecResolver resolver);
 
     // A clip's raw samples for a block: 2 x frameCount floats, zeros outside the clip, with no
     // gain and no effects. Not const: the clip's read-ahead buffer and speed filter carry over
@@ -71,7 +75,10 @@ private:
     void mixTrack(const Track &track, TimeUs timeUs, int frameCount, int sampleRate, float *out);
     void mixClip(const Clip &clip, const QList<AudioTransitionWindow> &windows, TimeUs timeUs, int frameCount,
                  int sampleRate, float *out);
-    QList<float> processedClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate);
+    // The clip's block after its rack, in a buffer the mixer reuses: valid until the next call.
+    const float *processedClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate);
+    // readClipSamples into a zeroed buffer of 2 x frameCount floats.
+    void readClipInto(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate, float *result);
     std::shared_ptr<AudioEffectRack> rackFor(const QString &clipId);
     std::shared_ptr<ClipReadState> readStateFor(const QString &clipId);
     void readRetimed(const Clip &clip, ClipReadState &state, TimeUs startUs, double speed, int sampleRate,
@@ -83,6 +90,7 @@ private:
     QMutex m_rackMutex;
     QHash<QString, std::shared_ptr<AudioEffectRack>> m_racks;
     QHash<QString, std::shared_ptr<ClipReadState>> m_readStates;
+    std::vector<float> m_clipBlock;
 };
 
 } // namespace orvel

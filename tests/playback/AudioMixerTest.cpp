@@ -1,5 +1,6 @@
 #include "ToneFiles.h"
 
+#include "audiofx/AudioEffectRegistry.h"
 #include "playback/AudioMixer.h"
 #include "playback/AudioRetime.h"
 
@@ -275,4 +276,57 @@ TEST(AudioMixer, JumpReplaysTheRackPrerollSoEchoTailsAreThereAtOnce)
         EXPECT_FLOAT_EQ(out[0], prerollMs > 0 ? 0.5f : 0.0f) << "preroll " << prerollMs;
         EXPECT_FLOAT_EQ(out[2 * 2399 + 1], prerollMs > 0 ? 0.5f : 0.0f) << "preroll " << prerollMs;
     }
+}
+
+TEST(AudioMixer, ThreeEffectRackSoundsAsTheProcessorsRunOffline)
+{
+    const QList<AudioEffectSpec> specs{
+        {QStringLiteral("eq3"), 0, {{QStringLiteral("low"), 6.0f}, {QStringLiteral("high"), -9.0f}}},
+        {QStringLiteral("compressor"),
+         0,
+         {{QStringLiteral("threshold"), -20.0f},
+          {QStringLiteral("ratio"), 4.0f},
+          {QStringLiteral("attack"), 5.0f}}},
+        {QStringLiteral("echo"), 1000, {{QStringLiteral("delay"), 60.0f}, {QStringLiteral("decay"), 0.5f}}}};
+    Clip clip = makeClip(ClipType::audio, tonefiles::sineFile(440.0), 0, 2'000'000);
+    clip.audioEffects = {EffectInstance{}, EffectInstance{}, EffectInstance{}};
+    Project project = projectOf({makeTrack(TrackType::audio, {clip})});
+    constexpr int kBlock = 1024;
+    constexpr int kBlocks = 20;
+
+    AudioMixer mixer;
+    mixer.setProject(&project);
+    mixer.setEffectSpecResolver([&specs](const Clip &) { return specs; });
+    std::vector<float> mixed(std::size_t(kBlock) * kBlocks * 2);
+    for (int b = 0; b < kBlocks; ++b)
+        mixer.mix(TimeUs(b) * kBlock * 1'000'000 / kRate, kBlock, kRate,
+                  mixed.data() + std::size_t(b) * kBlock * 2);
+
+    // The same samples through the same three processors, by hand, in one pass.
+    AudioMixer reader;
+    const QList<float> raw = reader.readClipSamples(clip, 0, kBlock * kBlocks, kRate);
+    std::vector<float> left(std::size_t(kBlock) * kBlocks), right(left.size());
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        left[i] = raw[qsizetype(2 * i)];
+        right[i] = raw[qsizetype(2 * i + 1)];
+    }
+    float *channels[] = {left.data(), right.data()};
+    for (const AudioEffectSpec &spec : specs) {
+        std::unique_ptr<ChainProcessor> chain = makeChain(spec.processorId);
+        ASSERT_TRUE(chain) << qPrintable(spec.processorId);
+        chain->prepare({double(kRate), std::uint32_t(left.size()), 2});
+        for (auto it = spec.parameters.cbegin(); it != spec.parameters.cend(); ++it)
+            chain->setParameter(it.key(), it.value());
+        chain->reset();
+        chain->process({channels, 2, 0, left.size()});
+    }
+
+    double difference = 0.0;
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        ASSERT_NEAR(mixed[2 * i], left[i], 1e-5) << "frame " << i;
+        ASSERT_NEAR(mixed[2 * i + 1], right[i], 1e-5) << "frame " << i;
+        difference = std::max(difference, double(std::abs(left[i] - raw[qsizetype(2 * i)])));
+    }
+    // The effects did change the sound: this is not dry audio compared with dry audio.
+    EXPECT_GT(difference, 0.1);
 }

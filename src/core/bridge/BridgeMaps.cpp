@@ -294,27 +294,6 @@ QVariantList clipEffectsToList(const Clip &clip)
     return list;
 }
 
-QVariantList clipAudioEffectsToList(const Clip &clip, const std::function<bool(const QString &)> &known)
-{
-    QVariantList list;
-    for (const EffectInstance &effect : clip.audioEffects) {
-        QVariantList params;
-        for (auto it = effect.parameters.cbegin(); it != effect.parameters.cend(); ++it)
-            params.append(QVariantMap{{QStringLiteral("id"), it.key()},
-                                      {QStringLiteral("label"), it.key()},
-                                      {QStringLiteral("isBoolean"), it.value().typeId() == QMetaType::Bool},
-                                      {QStringLiteral("value"), it.value()}});
-        list.append(
-            QVariantMap{{QStringLiteral("label"), effect.name.isEmpty() ? effect.catalogId : effect.name},
-                        {QStringLiteral("catalogId"), effect.catalogId},
-                        {QStringLiteral("icon"), QString()},
-                        {QStringLiteral("thumbnailPath"), QString()},
-                        {QStringLiteral("params"), params},
-                        {QStringLiteral("missing"), !(known && known(effect.catalogId))}});
-    }
-    return list;
-}
-
 QVariantList bookmarksToList(const QList<Bookmark> &bookmarks)
 {
     QVariantList list;

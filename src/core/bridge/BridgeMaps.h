@@ -48,9 +48,8 @@ private:
 };
 
 // The effect rows of the inspector. Labels and flags come from the document until a catalogue
-// supplies them; an audio effect is missing when the lookup does not know its catalogue id.
+// supplies them.
 QVariantList clipEffectsToList(const Clip &clip);
-QVariantList clipAudioEffectsToList(const Clip &clip, const std::function<bool(const QString &)> &known);
 
 QVariantList bookmarksToList(const QList<Bookmark> &bookmarks);
 QVariantMap backgroundToMap(const ProjectBackground &background);

@@ -458,6 +458,12 @@ public:
     // The installed effect packages for the effects panel (AppControllerEffects.cpp).
     Q_INVOKABLE QVariantList effectCatalog() const;
     Q_INVOKABLE QVariantList effectCategories() const;
+    // The installed audio effects for the browser, and adding or removing one on a clip that
+    // carries sound (AppControllerAudioEffects.cpp, with selectedClipAudioEffects).
+    Q_INVOKABLE QVariantList audioEffectCatalog() const;
+    Q_INVOKABLE QVariantList audioEffectCategories() const;
+    Q_INVOKABLE void addAudioEffect(int trackIndex, int clipIndex, const QString &catalogId);
+    Q_INVOKABLE void removeAudioEffect(int trackIndex, int clipIndex, int effectIndex);
 
 private:
     void readSettings();

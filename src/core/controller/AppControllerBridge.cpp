@@ -64,12 +64,6 @@ QVariantList AppController::selectedClipEffects() const
     return clip ? orvel::clipEffectsToList(*clip) : QVariantList();
 }
 
-QVariantList AppController::selectedClipAudioEffects() const
-{
-    const orvel::Clip *clip = clipAt(m_selectedTrack, m_selectedClip);
-    return clip ? orvel::clipAudioEffectsToList(*clip, m_audioEffectKnown) : QVariantList();
-}
-
 // The last clip found under the playhead, walking tracks first to last, on visible tracks of the
 // given type (and, for sound, tracks that are not muted either).
 QVariantMap AppController::topClipUnderPlayhead(orvel::TrackType trackType, bool skipMuted) const

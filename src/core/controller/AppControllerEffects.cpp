@@ -2,24 +2,7 @@
 #include "core/controller/AppController.h"
 
 #include "catalog/EffectCatalog.h"
-
-namespace {
-
-QVariantList effectParameterMaps(const QList<orvel::EffectParameter> &parameters)
-{
-    QVariantList list;
-    for (const orvel::EffectParameter &parameter : parameters) {
-        list.append(QVariantMap{{"key", parameter.id},
-                                {"label", parameter.displayName},
-                                {"min", parameter.minValue},
-                                {"max", parameter.maxValue},
-                                {"default", parameter.defaultValue},
-                                {"isBoolean", parameter.isBool}});
-    }
-    return list;
-}
-
-} // namespace
+#include "core/controller/ParameterMaps.h"
 
 QVariantList AppController::effectCatalog() const
 {
@@ -32,7 +15,7 @@ QVariantList AppController::effectCatalog() const
                                 {"categoryLabel", orvel::EffectCatalog::categoryLabel(descriptor.category)},
                                 {"compositorOnly", descriptor.compositorOnly},
                                 {"thumbnailPath", descriptor.thumbnailPath},
-                                {"params", effectParameterMaps(descriptor.parameters)}});
+                                {"params", orvel::parameterMaps(descriptor.parameters)}});
     }
     return list;
 }
