@@ -1,5 +1,6 @@
 #pragma once
 
+#include "output/ExportJob.h"
 #include "output/ExportSettings.h"
 
 #include <QImage>
@@ -29,6 +30,9 @@ struct EncoderSetup
     QSize outputSize;
     int fps = 1;
     int sampleRate = 48000;
+    // A segment of a split render carries only pictures, the soundtrack file only sound.
+    bool withVideo = true;
+    bool withAudio = true;
 };
 
 // One output file: two encoders, the muxer and the scaler. Every failure leaves its message in
@@ -80,5 +84,8 @@ private:
     bool m_trailerWritten = false;
     QString m_error;
 };
+
+// Moves a finished ".part" file to the output's name, replacing an older file there.
+ExportResult publish(const QString &partPath, const QString &outputPath);
 
 } // namespace orvel::exportdetail

@@ -61,8 +61,8 @@ Probe probe(const QString &path)
     Probe p;
     const QString json =
         runTool(QStringLiteral("ffprobe"),
-                {"-v", "error", "-count_packets", "-show_entries",
-                 "stream=codec_type,codec_name,pix_fmt,width,height,nb_read_packets:format=duration", "-of",
+                {"-v", "error", "-count_frames", "-show_entries",
+                 "stream=codec_type,codec_name,pix_fmt,width,height,nb_read_frames:format=duration", "-of",
                  "json", path});
     const QJsonObject root = QJsonDocument::fromJson(json.toUtf8()).object();
     for (const QJsonValue &value : root.value("streams").toArray()) {
@@ -72,7 +72,7 @@ Probe probe(const QString &path)
             p.pixelFormat = s.value("pix_fmt").toString();
             p.width = s.value("width").toInt();
             p.height = s.value("height").toInt();
-            p.videoFrames = s.value("nb_read_packets").toString().toLongLong();
+            p.videoFrames = s.value("nb_read_frames").toString().toLongLong();
         } else if (s.value("codec_type").toString() == QLatin1String("audio")) {
             p.audioCodec = s.value("codec_name").toString();
         }

@@ -24,7 +24,7 @@ struct Probe
     QString pixelFormat;
     int width = 0;
     int height = 0;
-    long long videoFrames = 0;
+    long long videoFrames = 0; // decoded, as a player would show them, not merely stored
     double durationSeconds = 0.0;
     QString audioCodec;
     long long audioSamples = 0; // decoded stereo frames
