@@ -141,6 +141,10 @@ bool ExportEncoder::openStreams(const ExportSettings &settings)
     if (m_video)
         m_videoStream->time_base = m_video->time_base;
     if (m_audio) {
+        if (!m_video) {
+            av_dict_set_int(&m_audioStream->metadata, kEncoderDelayTag, m_audio->initial_padding, 0);
+            av_dict_set_int(&m_audioStream->metadata, kSampleCountTag, m_setup.audioFrames, 0);
+        }
         m_audioStream->time_base = m_audio->time_base;
         m_audioFrameSize = m_audio->frame_size > 0 ? m_audio->frame_size : 1024;
     }

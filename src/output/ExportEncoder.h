@@ -33,6 +33,7 @@ struct EncoderSetup
     // A segment of a split render carries only pictures, the soundtrack file only sound.
     bool withVideo = true;
     bool withAudio = true;
+    long long audioFrames = 0; // stereo frames the whole soundtrack holds
 };
 
 // One output file: two encoders, the muxer and the scaler. Every failure leaves its message in
@@ -84,6 +85,13 @@ private:
     bool m_trailerWritten = false;
     QString m_error;
 };
+
+// Stream tags of a soundtrack-only file, for the join: the encoder's priming samples at its
+// start and the samples of sound after them. Matroska can neither start a stream before zero
+// nor time its last packet to the sample, so without them the priming would play and the end
+// would run long.
+inline constexpr const char *kEncoderDelayTag = "ORVEL_ENCODER_DELAY";
+inline constexpr const char *kSampleCountTag = "ORVEL_SAMPLE_COUNT";
 
 // Moves a finished ".part" file to the output's name, replacing an older file there.
 ExportResult publish(const QString &partPath, const QString &outputPath);

@@ -130,8 +130,9 @@ ExportFrameRange exportSegmentRange(long long totalFrames, int gopFrames, int in
     if (totalFrames < 1 || gopFrames < 1 || count < 1 || index < 0 || index >= count)
         return {};
     const long long groups = (totalFrames + gopFrames - 1) / gopFrames;
-    const long long firstGroup = groups * index / count;
-    const long long endGroup = groups * (index + 1) / count;
+    // Rounded up, so that when groups run short it is the last segments that come out empty.
+    const long long firstGroup = (groups * index + count - 1) / count;
+    const long long endGroup = (groups * (index + 1) + count - 1) / count;
     return {std::min(firstGroup * gopFrames, totalFrames), std::min(endGroup * gopFrames, totalFrames)};
 }
 
@@ -152,6 +153,8 @@ ExportResult runExport(const Project &project, const ExportSettings &settings, c
     span.first = std::clamp(part.firstFrame, 0LL, totalFrames);
     span.end = part.endFrame < 0 ? totalFrames : std::clamp(part.endFrame, span.first, totalFrames);
     span.totalAudioFrames = std::max(std::llround(setup.sampleRate * double(durationUs) / 1e6), 0LL);
+    // What the frame loop below mixes in all: it stops at the last frame's end.
+    setup.audioFrames = std::min(span.totalAudioFrames, setup.sampleRate * totalFrames / setup.fps);
     if (span.end <= span.first || (!part.video && !part.audio))
         return exportdetail::failed(QStringLiteral("Nothing to export"));
 

@@ -24,6 +24,18 @@ QString runTool(const QString &program, const QStringList &arguments, QString *e
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
+QByteArray fileContents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool writeFileBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
 QString sourceClip()
 {
     static QTemporaryDir dir;
@@ -96,6 +108,23 @@ double psnr(const QString &a, const QString &b)
     if (!m.hasMatch())
         return -1.0;
     return m.captured(1) == QLatin1String("inf") ? 1000.0 : m.captured(1).toDouble();
+}
+
+double minFramePsnr(const QString &a, const QString &b)
+{
+    const QString stats =
+        runTool(QStringLiteral("ffmpeg"), {"-v", "error", "-i", a, "-i", b, "-lavfi",
+                                           "[0:v][1:v]psnr=stats_file=-", "-f", "null", "-"});
+    double lowest = -1.0;
+    const QRegularExpression value(QStringLiteral("psnr_avg:([0-9.]+|inf)"));
+    for (const QString &line : stats.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QRegularExpressionMatch m = value.match(line);
+        if (!m.hasMatch())
+            continue;
+        const double frame = m.captured(1) == QLatin1String("inf") ? 1000.0 : m.captured(1).toDouble();
+        lowest = lowest < 0.0 ? frame : std::min(lowest, frame);
+    }
+    return lowest;
 }
 
 } // namespace exporttest

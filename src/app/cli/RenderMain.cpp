@@ -7,6 +7,10 @@
 #include "render/FrameCompositor.h"
 #include "render/SceneJson.h"
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include <QCommandLineParser>
 #include <QFile>
 #include <QGuiApplication>
@@ -108,8 +112,11 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
         qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (!verboseRequested(argc, argv))
+    if (!verboseRequested(argc, argv)) {
         qInstallMessageHandler(quietMessages);
+        // The encoders' statistics would bury the one line a script looks for.
+        av_log_set_level(AV_LOG_ERROR);
+    }
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orvel-render"));
