@@ -64,5 +64,14 @@ QtObject {
     readonly property real spacingSm: 4
     readonly property real spacingMd: 6
 
-    readonly property var icons: ({})
+    // Role to glyph. The glyphs come from the symbol ranges that common desktop fonts cover.
+    readonly property var icons: ({
+        "add": "\u002B", "check": "\u2713", "chevronDown": "\u25BE", "chevronRight": "\u25B8",
+        "close": "\u2715", "more": "\u22EF", "save": "\u2B73", "open": "\u2197",
+        "export": "\u21EA", "import": "\u2B73", "sun": "\u2600", "moon": "\u263E",
+        "search": "\u2315", "trash": "\u2716", "sort": "\u21C5", "undo": "\u21B6",
+        "video": "\u25B6", "audio": "\u266A", "image": "\u25A7", "missing": "\u26A0",
+        "info": "\u2139", "success": "\u2714", "warning": "\u26A0", "error": "\u2716",
+        "fullscreen": "\u26F6", "update": "\u21BB", "media": "\u25A4", "folder": "\u25A1"
+    })
 }
