@@ -109,6 +109,8 @@ bool ExportEncoder::open(const EncoderSetup &setup, const ExportSettings &settin
         return fail(QStringLiteral("Could not determine output format"));
     if (!openStreams(settings) || !openOutput(filePath))
         return false;
+    if (!m_video)
+        return allocateFrames();
     m_scaler = sws_getContext(setup.projectSize.width(), setup.projectSize.height(), AV_PIX_FMT_RGBA,
                               setup.outputSize.width(), setup.outputSize.height(), m_video->pix_fmt,
                               SWS_BILINEAR, nullptr, nullptr, nullptr);
@@ -119,22 +121,33 @@ bool ExportEncoder::open(const EncoderSetup &setup, const ExportSettings &settin
 
 bool ExportEncoder::openStreams(const ExportSettings &settings)
 {
-    m_videoStream = avformat_new_stream(m_format, nullptr);
-    m_audioStream = avformat_new_stream(m_format, nullptr);
-    if (!m_videoStream || !m_audioStream)
+    if (m_setup.withVideo) {
+        m_videoStream = avformat_new_stream(m_format, nullptr);
+        m_video = m_videoStream ? avcodec_alloc_context3(m_setup.videoCodec) : nullptr;
+    }
+    if (m_setup.withAudio) {
+        m_audioStream = avformat_new_stream(m_format, nullptr);
+        m_audio = m_audioStream ? avcodec_alloc_context3(m_setup.audioCodec) : nullptr;
+    }
+    if ((m_setup.withVideo && !m_videoStream) || (m_setup.withAudio && !m_audioStream))
         return fail(QStringLiteral("Could not create output streams"));
-    m_video = avcodec_alloc_context3(m_setup.videoCodec);
-    m_audio = avcodec_alloc_context3(m_setup.audioCodec);
-    if (!m_video || !m_audio)
+    if ((m_setup.withVideo && !m_video) || (m_setup.withAudio && !m_audio))
         return fail(QStringLiteral("Could not allocate encoders"));
-    if (!openVideo(settings) || !openAudio(settings))
+    if ((m_video && !openVideo(settings)) || (m_audio && !openAudio(settings)))
         return false;
-    if (avcodec_parameters_from_context(m_videoStream->codecpar, m_video) < 0 ||
-        avcodec_parameters_from_context(m_audioStream->codecpar, m_audio) < 0)
+    if ((m_video && avcodec_parameters_from_context(m_videoStream->codecpar, m_video) < 0) ||
+        (m_audio && avcodec_parameters_from_context(m_audioStream->codecpar, m_audio) < 0))
         return fail(QStringLiteral("Could not create output streams"));
-    m_videoStream->time_base = m_video->time_base;
-    m_audioStream->time_base = m_audio->time_base;
-    m_audioFrameSize = m_audio->frame_size > 0 ? m_audio->frame_size : 1024;
+    if (m_video)
+        m_videoStream->time_base = m_video->time_base;
+    if (m_audio) {
+        if (!m_video) {
+            av_dict_set_int(&m_audioStream->metadata, kEncoderDelayTag, m_audio->initial_padding, 0);
+            av_dict_set_int(&m_audioStream->metadata, kSampleCountTag, m_setup.audioFrames, 0);
+        }
+        m_audioStream->time_base = m_audio->time_base;
+        m_audioFrameSize = m_audio->frame_size > 0 ? m_audio->frame_size : 1024;
+    }
     return true;
 }
 
@@ -148,10 +161,8 @@ bool ExportEncoder::openVideo(const ExportSettings &settings)
     m_video->framerate = AVRational{m_setup.fps, 1};
     m_video->gop_size = 2 * m_setup.fps;
     m_video->max_b_frames = 2;
-    if (m_format->oformat->flags & AVFMT_GLOBALHEADER) {
+    if (m_format->oformat->flags & AVFMT_GLOBALHEADER)
         m_video->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-        m_audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    }
     const bool quality = settings.rateControl == QLatin1String("crf");
     if (row.rateMode == ExportRateMode::QualityOrBitrate && quality) {
         m_video->bit_rate = 0;
@@ -186,6 +197,8 @@ bool ExportEncoder::openVideo(const ExportSettings &settings)
 
 bool ExportEncoder::openAudio(const ExportSettings &settings)
 {
+    if (m_format->oformat->flags & AVFMT_GLOBALHEADER)
+        m_audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     m_audio->sample_fmt = pickSampleFormat(m_setup.audioCodec);
     m_audio->sample_rate = m_setup.sampleRate;
     av_channel_layout_default(&m_audio->ch_layout, 2);
@@ -215,11 +228,15 @@ bool ExportEncoder::allocateFrames()
     m_packet = av_packet_alloc();
     if (!m_videoFrame || !m_audioFrame || !m_packet)
         return fail(QStringLiteral("Out of memory"));
-    m_videoFrame->format = m_video->pix_fmt;
-    m_videoFrame->width = m_video->width;
-    m_videoFrame->height = m_video->height;
-    if (av_frame_get_buffer(m_videoFrame, 32) < 0)
-        return fail(QStringLiteral("Could not allocate the video frame"));
+    if (m_video) {
+        m_videoFrame->format = m_video->pix_fmt;
+        m_videoFrame->width = m_video->width;
+        m_videoFrame->height = m_video->height;
+        if (av_frame_get_buffer(m_videoFrame, 32) < 0)
+            return fail(QStringLiteral("Could not allocate the video frame"));
+    }
+    if (!m_audio)
+        return true;
     m_audioFrame->format = m_audio->sample_fmt;
     m_audioFrame->sample_rate = m_audio->sample_rate;
     m_audioFrame->nb_samples = m_audioFrameSize;
@@ -276,6 +293,11 @@ bool ExportEncoder::send(AVCodecContext *context, AVStream *stream, const AVFram
             return true;
         if (received < 0)
             return fail(QStringLiteral("Failed to read an encoded packet"));
+        // Encoders here leave a video packet's duration at zero. MP4 then gives the last frame no
+        // time at all and its edit list ends before it, so players drop it: one frame is one
+        // tick of the video time base.
+        if (context == m_video && m_packet->duration == 0)
+            m_packet->duration = 1;
         av_packet_rescale_ts(m_packet, context->time_base, stream->time_base);
         m_packet->stream_index = stream->index;
         if (av_interleaved_write_frame(m_format, m_packet) < 0)
@@ -288,7 +310,8 @@ bool ExportEncoder::finish()
     // The last audio goes out as it is, shorter than a frame: padding it would add silence.
     if (!m_audioQueue.empty() && !sendAudioFrame(int(m_audioQueue.size() / 2)))
         return false;
-    if (!send(m_video, m_videoStream, nullptr) || !send(m_audio, m_audioStream, nullptr))
+    if ((m_video && !send(m_video, m_videoStream, nullptr)) ||
+        (m_audio && !send(m_audio, m_audioStream, nullptr)))
         return false;
     m_trailerWritten = true;
     if (av_write_trailer(m_format) < 0)

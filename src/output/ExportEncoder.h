@@ -1,5 +1,6 @@
 #pragma once
 
+#include "output/ExportJob.h"
 #include "output/ExportSettings.h"
 
 #include <QImage>
@@ -29,6 +30,10 @@ struct EncoderSetup
     QSize outputSize;
     int fps = 1;
     int sampleRate = 48000;
+    // A segment of a split render carries only pictures, the soundtrack file only sound.
+    bool withVideo = true;
+    bool withAudio = true;
+    long long audioFrames = 0; // stereo frames the whole soundtrack holds
 };
 
 // One output file: two encoders, the muxer and the scaler. Every failure leaves its message in
@@ -80,5 +85,15 @@ private:
     bool m_trailerWritten = false;
     QString m_error;
 };
+
+// Stream tags of a soundtrack-only file, for the join: the encoder's priming samples at its
+// start and the samples of sound after them. Matroska can neither start a stream before zero
+// nor time its last packet to the sample, so without them the priming would play and the end
+// would run long.
+inline constexpr const char *kEncoderDelayTag = "ORVEL_ENCODER_DELAY";
+inline constexpr const char *kSampleCountTag = "ORVEL_SAMPLE_COUNT";
+
+// Moves a finished ".part" file to the output's name, replacing an older file there.
+ExportResult publish(const QString &partPath, const QString &outputPath);
 
 } // namespace orvel::exportdetail

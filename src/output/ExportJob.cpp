@@ -10,6 +10,7 @@ extern "C" {
 
 #include <QFile>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -58,27 +59,40 @@ QImage normalisedPicture(QImage picture, QSize projectSize)
     return picture;
 }
 
-// Draws and mixes every frame into the encoder. False with a message, or with cancelled set.
-bool encodeFrames(const Project &project, const EncoderSetup &setup, long long totalFrames,
-                  long long totalAudioFrames, const ExportProgressCallback &progress, ExportEncoder &encoder,
-                  bool *cancelled)
+struct FrameSpan
+{
+    long long first = 0;
+    long long end = 0;
+    long long totalAudioFrames = 0;
+};
+
+// Draws and mixes the frames of the span into the encoder. False with a message, or with
+// cancelled set.
+bool encodeFrames(const Project &project, const EncoderSetup &setup, const FrameSpan &span,
+                  const ExportProgressCallback &progress, ExportEncoder &encoder, bool *cancelled)
 {
     FrameCompositor compositor(&project);
     AudioMixer mixer;
     mixer.setProject(&project);
     std::vector<float> block;
-    long long audioWritten = 0;
-    for (long long i = 0; i < totalFrames; ++i) {
-        if (progress && !progress(double(i) / double(totalFrames))) {
+    long long audioWritten = std::min(span.totalAudioFrames, setup.sampleRate * span.first / setup.fps);
+    const double count = double(span.end - span.first);
+    for (long long i = span.first; i < span.end; ++i) {
+        if (progress && !progress(double(i - span.first) / count)) {
             *cancelled = true;
             return false;
         }
-        const TimeUs timeUs = std::llround(double(i) * 1e6 / setup.fps);
-        const QImage picture = normalisedPicture(compositor.render(timeUs), setup.projectSize);
-        if (!encoder.writeVideo(picture, i))
-            return false;
+        if (setup.withVideo) {
+            const TimeUs timeUs = std::llround(double(i) * 1e6 / setup.fps);
+            const QImage picture = normalisedPicture(compositor.render(timeUs), setup.projectSize);
+            // A segment's timestamps start at zero: the join places it after the ones before.
+            if (!encoder.writeVideo(picture, i - span.first))
+                return false;
+        }
+        if (!setup.withAudio)
+            continue;
         // Audio follows the video frame by frame, so the two never drift apart in the file.
-        const long long target = std::min(totalAudioFrames, setup.sampleRate * (i + 1) / setup.fps);
+        const long long target = std::min(span.totalAudioFrames, setup.sampleRate * (i + 1) / setup.fps);
         const long long shortfall = target - audioWritten;
         if (shortfall <= 0)
             continue;
@@ -91,10 +105,39 @@ bool encodeFrames(const Project &project, const EncoderSetup &setup, long long t
     return true;
 }
 
+ExportResult publish(const QString &partPath, const QString &outputPath)
+{
+    QFile::remove(outputPath);
+    if (!QFile::rename(partPath, outputPath)) {
+        QFile::remove(partPath);
+        return failed(QStringLiteral("Could not finalize the output file"));
+    }
+    return ExportResult{true, false, {}};
+}
+
 } // namespace exportdetail
 
+long long exportTotalFrames(const Project &project)
+{
+    const TimeUs durationUs = projectDurationUs(project);
+    if (durationUs <= 0)
+        return 0;
+    return std::max(std::llround(std::max(project.fps, 1) * double(durationUs) / 1e6), 1LL);
+}
+
+ExportFrameRange exportSegmentRange(long long totalFrames, int gopFrames, int index, int count)
+{
+    if (totalFrames < 1 || gopFrames < 1 || count < 1 || index < 0 || index >= count)
+        return {};
+    const long long groups = (totalFrames + gopFrames - 1) / gopFrames;
+    // Rounded up, so that when groups run short it is the last segments that come out empty.
+    const long long firstGroup = (groups * index + count - 1) / count;
+    const long long endGroup = (groups * (index + 1) + count - 1) / count;
+    return {std::min(firstGroup * gopFrames, totalFrames), std::min(endGroup * gopFrames, totalFrames)};
+}
+
 ExportResult runExport(const Project &project, const ExportSettings &settings, const QString &outputPath,
-                       const ExportProgressCallback &progress)
+                       const ExportProgressCallback &progress, const ExportPart &part)
 {
     exportdetail::EncoderSetup setup;
     const QString setupError = exportdetail::resolveSetup(project, settings, &setup);
@@ -103,9 +146,17 @@ ExportResult runExport(const Project &project, const ExportSettings &settings, c
     const TimeUs durationUs = projectDurationUs(project);
     if (durationUs <= 0)
         return exportdetail::failed(QStringLiteral("Timeline is empty"));
-    const long long totalFrames = std::max(std::llround(setup.fps * double(durationUs) / 1e6), 1LL);
-    const long long totalAudioFrames =
-        std::max(std::llround(setup.sampleRate * double(durationUs) / 1e6), 0LL);
+    setup.withVideo = part.video;
+    setup.withAudio = part.audio;
+    exportdetail::FrameSpan span;
+    const long long totalFrames = exportTotalFrames(project);
+    span.first = std::clamp(part.firstFrame, 0LL, totalFrames);
+    span.end = part.endFrame < 0 ? totalFrames : std::clamp(part.endFrame, span.first, totalFrames);
+    span.totalAudioFrames = std::max(std::llround(setup.sampleRate * double(durationUs) / 1e6), 0LL);
+    // What the frame loop below mixes in all: it stops at the last frame's end.
+    setup.audioFrames = std::min(span.totalAudioFrames, setup.sampleRate * totalFrames / setup.fps);
+    if (span.end <= span.first || (!part.video && !part.audio))
+        return exportdetail::failed(QStringLiteral("Nothing to export"));
 
     const QString partPath = outputPath + QStringLiteral(".part");
     QFile::remove(partPath);
@@ -115,8 +166,7 @@ ExportResult runExport(const Project &project, const ExportSettings &settings, c
     {
         exportdetail::ExportEncoder encoder;
         ok = encoder.open(setup, settings, outputPath, partPath) &&
-             exportdetail::encodeFrames(project, setup, totalFrames, totalAudioFrames, progress, encoder,
-                                        &cancelled) &&
+             exportdetail::encodeFrames(project, setup, span, progress, encoder, &cancelled) &&
              encoder.finish();
         message = encoder.error();
     } // the encoder closes the ".part" file here, before it is renamed or removed
@@ -124,12 +174,7 @@ ExportResult runExport(const Project &project, const ExportSettings &settings, c
         QFile::remove(partPath);
         return cancelled ? ExportResult{false, true, {}} : exportdetail::failed(message);
     }
-    QFile::remove(outputPath);
-    if (!QFile::rename(partPath, outputPath)) {
-        QFile::remove(partPath);
-        return exportdetail::failed(QStringLiteral("Could not finalize the output file"));
-    }
-    return ExportResult{true, false, {}};
+    return exportdetail::publish(partPath, outputPath);
 }
 
 } // namespace orvel

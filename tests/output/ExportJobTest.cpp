@@ -37,19 +37,6 @@ ExportSettings settingsOf(const QString &video, const QString &audio)
     return s;
 }
 
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
 // A tmpfs of its own, for a folder that refuses writes or a disk that fills; needs root.
 struct ScratchMount
 {
@@ -199,7 +186,7 @@ TEST(ExportFailures, CancelKeepsTheOlderFile)
 {
     QTemporaryDir dir;
     const QString out = dir.filePath("out.mp4");
-    writeFile(out, "older export");
+    ASSERT_TRUE(exporttest::writeFileBytes(out, "older export"));
     bool partSeen = false;
     const ExportResult result =
         runExport(exporttest::clipProject(), settingsOf("h264", "aac"), out, [&](double fraction) {
@@ -210,7 +197,7 @@ TEST(ExportFailures, CancelKeepsTheOlderFile)
     EXPECT_FALSE(result.success);
     EXPECT_TRUE(partSeen);
     EXPECT_FALSE(QFile::exists(out + ".part"));
-    EXPECT_EQ(contents(out), "older export");
+    EXPECT_EQ(exporttest::fileContents(out), "older export");
 }
 
 TEST(ExportFailures, ReadOnlyFolderAndFullDisk)
@@ -226,7 +213,7 @@ TEST(ExportFailures, ReadOnlyFolderAndFullDisk)
     ScratchMount small("size=256k");
     ASSERT_TRUE(small.mounted);
     const QString out = small.dir.filePath("out.mkv");
-    writeFile(out, "older export");
+    ASSERT_TRUE(exporttest::writeFileBytes(out, "older export"));
     // Lossless video of the 2 s clip is several megabytes, far more than the disk holds.
     const ExportResult result = runExport(exporttest::clipProject(), settingsOf("ffv1", "flac"), out, {});
     EXPECT_FALSE(result.success);
@@ -234,5 +221,5 @@ TEST(ExportFailures, ReadOnlyFolderAndFullDisk)
                 result.message == "Could not finalize the file")
         << qPrintable(result.message);
     EXPECT_FALSE(QFile::exists(out + ".part"));
-    EXPECT_EQ(contents(out), "older export");
+    EXPECT_EQ(exporttest::fileContents(out), "older export");
 }

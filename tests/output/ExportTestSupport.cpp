@@ -24,6 +24,18 @@ QString runTool(const QString &program, const QStringList &arguments, QString *e
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
+QByteArray fileContents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool writeFileBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
 QString sourceClip()
 {
     static QTemporaryDir dir;
@@ -61,8 +73,8 @@ Probe probe(const QString &path)
     Probe p;
     const QString json =
         runTool(QStringLiteral("ffprobe"),
-                {"-v", "error", "-count_packets", "-show_entries",
-                 "stream=codec_type,codec_name,pix_fmt,width,height,nb_read_packets:format=duration", "-of",
+                {"-v", "error", "-count_frames", "-show_entries",
+                 "stream=codec_type,codec_name,pix_fmt,width,height,nb_read_frames:format=duration", "-of",
                  "json", path});
     const QJsonObject root = QJsonDocument::fromJson(json.toUtf8()).object();
     for (const QJsonValue &value : root.value("streams").toArray()) {
@@ -72,7 +84,7 @@ Probe probe(const QString &path)
             p.pixelFormat = s.value("pix_fmt").toString();
             p.width = s.value("width").toInt();
             p.height = s.value("height").toInt();
-            p.videoFrames = s.value("nb_read_packets").toString().toLongLong();
+            p.videoFrames = s.value("nb_read_frames").toString().toLongLong();
         } else if (s.value("codec_type").toString() == QLatin1String("audio")) {
             p.audioCodec = s.value("codec_name").toString();
         }
@@ -96,6 +108,23 @@ double psnr(const QString &a, const QString &b)
     if (!m.hasMatch())
         return -1.0;
     return m.captured(1) == QLatin1String("inf") ? 1000.0 : m.captured(1).toDouble();
+}
+
+double minFramePsnr(const QString &a, const QString &b)
+{
+    const QString stats =
+        runTool(QStringLiteral("ffmpeg"), {"-v", "error", "-i", a, "-i", b, "-lavfi",
+                                           "[0:v][1:v]psnr=stats_file=-", "-f", "null", "-"});
+    double lowest = -1.0;
+    const QRegularExpression value(QStringLiteral("psnr_avg:([0-9.]+|inf)"));
+    for (const QString &line : stats.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QRegularExpressionMatch m = value.match(line);
+        if (!m.hasMatch())
+            continue;
+        const double frame = m.captured(1) == QLatin1String("inf") ? 1000.0 : m.captured(1).toDouble();
+        lowest = lowest < 0.0 ? frame : std::min(lowest, frame);
+    }
+    return lowest;
 }
 
 } // namespace exporttest

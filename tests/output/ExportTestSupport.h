@@ -11,6 +11,9 @@ namespace exporttest {
 // Runs a tool and returns its standard output; empty with the error output in *error on failure.
 QString runTool(const QString &program, const QStringList &arguments, QString *error = nullptr);
 
+QByteArray fileContents(const QString &path);
+bool writeFileBytes(const QString &path, const QByteArray &bytes);
+
 // A 2 s 320x180 25 fps clip of a moving test picture with a 440 Hz stereo tone at 48 kHz,
 // made once per test process.
 QString sourceClip();
@@ -24,7 +27,7 @@ struct Probe
     QString pixelFormat;
     int width = 0;
     int height = 0;
-    long long videoFrames = 0;
+    long long videoFrames = 0; // decoded, as a player would show them, not merely stored
     double durationSeconds = 0.0;
     QString audioCodec;
     long long audioSamples = 0; // decoded stereo frames
@@ -34,5 +37,8 @@ Probe probe(const QString &path);
 
 // Mean PSNR in dB of the video streams of two files, as ffmpeg's psnr filter computes it.
 double psnr(const QString &a, const QString &b);
+
+// The lowest PSNR in dB over the frames of two files' video, frame against frame.
+double minFramePsnr(const QString &a, const QString &b);
 
 } // namespace exporttest

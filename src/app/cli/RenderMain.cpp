@@ -1,10 +1,15 @@
-// orvel-render: renders one instant of a project without the editor, for scripts, render farms
-// and checking frames. All the work is the render library's; this file only reads the command
-// line and the project file and reports.
+// orvel-render: renders one instant of a project, or exports it, without the editor, for scripts,
+// render farms and checking frames. All the work is the libraries'; this file only reads the
+// command line and the project file and reports.
+#include "app/cli/ExportCommands.h"
 #include "core/document/ProjectJson.h"
 #include "render/CatalogEffectHooks.h"
 #include "render/FrameCompositor.h"
 #include "render/SceneJson.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
 
 #include <QCommandLineParser>
 #include <QFile>
@@ -107,15 +112,19 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
         qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (!verboseRequested(argc, argv))
+    if (!verboseRequested(argc, argv)) {
         qInstallMessageHandler(quietMessages);
+        // The encoders' statistics would bury the one line a script looks for.
+        av_log_set_level(AV_LOG_ERROR);
+    }
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orvel-render"));
     orvel::installCatalogEffectHooks();
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Renders one instant of an Orvel project."));
+    parser.setApplicationDescription(
+        QStringLiteral("Renders frames of an Orvel project, or exports it to a video file."));
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("project"), QStringLiteral("The project document (JSON)."));
     const QCommandLineOption dumpOption(QStringLiteral("dump-scene"),
@@ -130,17 +139,62 @@ int main(int argc, char **argv)
                                          QStringLiteral("S"), QStringLiteral("1"));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("Show the render library's warnings on stderr."));
-    parser.addOptions({dumpOption, frameOption, outOption, scaleOption, verboseOption});
+    const QCommandLineOption exportOption(QStringLiteral("export"),
+                                          QStringLiteral("Export the film (or one --segment) to FILE."),
+                                          QStringLiteral("FILE"));
+    const QCommandLineOption exportAudioOption(QStringLiteral("export-audio"),
+                                               QStringLiteral("Export the whole soundtrack alone to FILE."),
+                                               QStringLiteral("FILE"));
+    const QCommandLineOption joinOption(
+        QStringLiteral("join"),
+        QStringLiteral("Join the segments given as arguments, and --audio, into FILE."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption audioOption(
+        QStringLiteral("audio"), QStringLiteral("With --join: the soundtrack file."), QStringLiteral("FILE"));
+    const QCommandLineOption quietOption(QStringLiteral("quiet"), QStringLiteral("No progress line."));
+    parser.addOptions({dumpOption, frameOption, outOption, scaleOption, verboseOption, exportOption,
+                       exportAudioOption, joinOption, audioOption, quietOption});
+    orvelcli::ExportOptions::addTo(parser);
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(parser.errorText());
     if (parser.isSet(QStringLiteral("help")))
         parser.showHelp(0);
 
+    int modes = 0;
+    for (const QCommandLineOption *mode :
+         {&dumpOption, &frameOption, &exportOption, &exportAudioOption, &joinOption})
+        modes += parser.isSet(*mode) ? 1 : 0;
+    if (modes != 1)
+        return fail(QStringLiteral(
+            "give one of --dump-scene, --frame, --export, --export-audio, --join (see --help)"));
     const QStringList positional = parser.positionalArguments();
+    if (parser.isSet(joinOption)) {
+        if (positional.isEmpty())
+            return fail(QStringLiteral("--join needs the segment files as arguments"));
+        return orvelcli::runJoinCommand(positional, parser.value(audioOption), parser.value(joinOption));
+    }
     if (positional.size() != 1)
         return fail(QStringLiteral("expected exactly one project file (see --help)"));
-    if (parser.isSet(dumpOption) == parser.isSet(frameOption))
-        return fail(QStringLiteral("give either --dump-scene or --frame (see --help)"));
+    orvel::Project project;
+    QString error;
+    if (!loadProject(positional.first(), &project, &error))
+        return fail(error);
+    if (parser.isSet(exportOption) || parser.isSet(exportAudioOption)) {
+        orvel::ExportSettings settings;
+        orvel::ExportPart part;
+        if (!orvelcli::ExportOptions::read(parser, project, &settings, &part, &error))
+            return fail(error);
+        if (parser.isSet(exportAudioOption)) {
+            part = orvel::ExportPart{};
+            part.video = false;
+        }
+        orvelcli::installInterruptHandler();
+        return orvelcli::runExportCommand(
+            project, settings, part,
+            parser.value(parser.isSet(exportOption) ? exportOption : exportAudioOption),
+            parser.isSet(quietOption));
+    }
+
     const bool dumping = parser.isSet(dumpOption);
     const std::optional<orvel::TimeUs> timeUs =
         parseSeconds(parser.value(dumping ? dumpOption : frameOption));
@@ -152,11 +206,6 @@ int main(int argc, char **argv)
         return fail(QStringLiteral("--scale must be a number from 0.1 to 1"));
     if (!dumping && parser.value(outOption).isEmpty())
         return fail(QStringLiteral("--frame needs --out FILE.png"));
-
-    orvel::Project project;
-    QString error;
-    if (!loadProject(positional.first(), &project, &error))
-        return fail(error);
     return dumping ? dumpScene(project, *timeUs, scale)
                    : writeFrame(project, *timeUs, scale, parser.value(outOption));
 }

@@ -689,7 +689,51 @@ private:
     QStringList m_stickerPackDirectories;
     std::function<QString(const QString &)> m_emojiFileResolver;
     std::function<bool(const QString &)> m_effectKnown;
-    BackgroundJobs m_jobs; // last: waited for before anything above goes
+    BackgroundJobs m_jobs; // waited for before anything above goes
+
+    // Export to a video file on the pool (AppControllerExport.cpp)
+public:
+    Q_PROPERTY(bool exportInProgress READ exportInProgress NOTIFY exportInProgressChanged)
+    Q_PROPERTY(double exportProgress READ exportProgress NOTIFY exportProgressChanged)
+
+    bool exportInProgress() const { return m_export.running; }
+    double exportProgress() const { return m_export.progress; }
+
+    Q_INVOKABLE QVariantList exportPresets() const;
+    Q_INVOKABLE QVariantList exportScaleOptions() const;
+    Q_INVOKABLE QVariantList exportVideoCodecs() const;
+    Q_INVOKABLE QVariantList exportAudioCodecs() const;
+    Q_INVOKABLE QVariantMap exportDefaultSettings() const;
+    Q_INVOKABLE QString exportPreferredContainer(const QString &videoCodecId, const QString &audioCodecId) const;
+    Q_INVOKABLE QStringList exportSaveFilters(const QString &container) const;
+    Q_INVOKABLE QString exportDefaultSuffix(const QString &container) const;
+
+public slots:
+    void exportProject(const QUrl &url);
+    void exportWithPreset(const QUrl &url, const QString &presetId);
+    void exportWithSettings(const QUrl &url, const QVariantMap &settings);
+    void cancelExport();
+
+signals:
+    void exportInProgressChanged();
+    void exportProgressChanged();
+    void exportFinished(bool success);
+
+private:
+    // One export at a time. The worker holds its own copy of the project and this flag; the
+    // controller waits for it on the way out, so its queued calls never reach a dead object.
+    struct ExportJobState
+    {
+        std::shared_ptr<std::atomic_bool> cancel = std::make_shared<std::atomic_bool>(false);
+        QFuture<void> future;
+        bool running = false;
+        double progress = 0.0;
+        ~ExportJobState();
+    };
+    void setExportProgress(double progress);
+    void finishExport(bool success, bool cancelled, const QString &message);
+
+    ExportJobState m_export; // last: goes first, so the job ends before anything it reports to
 };
 
 // The QML singleton type: the same object as AppController under the name QML code uses.
