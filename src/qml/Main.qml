@@ -15,7 +15,6 @@ ApplicationWindow {
     // Panels delivered elsewhere are found by these names once they are in the layout.
     readonly property Item timelinePanel: timelineArea
 
-    signal exportDialogRequested()
 
     width: 1280
     height: 800
@@ -38,8 +37,12 @@ ApplicationWindow {
         layoutChooserDialog.openFromSettings()
     }
 
+    // While an export runs, the header's button and badge bring back its progress instead.
     function openExportDialog() {
-        exportDialogRequested()
+        if (EditorState.exportInProgress === true)
+            exportProgressDialog.open()
+        else
+            exportDialog.openDialog()
     }
 
     function togglePreviewFullscreen() {
@@ -255,6 +258,12 @@ ApplicationWindow {
     }
     ProjectSetupDialog {
         id: projectSetupDialog
+    }
+    ExportDialog {
+        id: exportDialog
+    }
+    ExportProgressDialog {
+        id: exportProgressDialog
     }
 
     ToastHost {
