@@ -31,8 +31,9 @@ Q_IMPORT_QML_PLUGIN(OrvelPlugin)
 
 namespace {
 
-AssetLibrary *g_library = nullptr;
 EditorState *g_editor = nullptr;
+// Instance singletons belong to one engine, so both windows share it.
+QQmlEngine *g_engine = nullptr;
 
 struct FrameParts
 {
@@ -56,8 +57,7 @@ class TimelineWindow
 public:
     TimelineWindow()
     {
-        view.engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-        QQmlComponent component(view.engine());
+        QQmlComponent component(g_engine);
         component.setData("import QtQuick\nimport Orvel\nTimelinePanel { width: 1600; height: 520 }\n",
                           QUrl());
         panel = qobject_cast<QQuickItem *>(component.create());
@@ -115,7 +115,7 @@ public:
         return parts;
     }
 
-    QQuickView view;
+    QQuickView view{g_engine, nullptr};
     QQuickItem *panel = nullptr;
     QObject *flick = nullptr;
     QEventLoop loop;
@@ -184,10 +184,12 @@ int main(int argc, char **argv)
     AssetLibrary library;
     library.setCacheFilesOnImport(false);
     EditorState editor(&library);
-    g_library = &library;
     g_editor = &editor;
     qmlRegisterSingletonInstance("Orvel", 1, 0, "AssetLibrary", &library);
     qmlRegisterSingletonInstance<AppController>("Orvel", 1, 0, "EditorState", &editor);
+    QQmlEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    g_engine = &engine;
 
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))

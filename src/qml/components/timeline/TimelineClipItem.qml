@@ -1,9 +1,10 @@
 import QtQuick
+import QtQuick.Shapes
 import Orvel
 import "TimelineMath.js" as TM
 
 // One clip on a track row: colour, name band, selection ring, move with the landing outline,
-// trim handles, fade dots and the transition region to its touching right neighbour. The item
+// trim handles and fade dots. The item
 // is a recycled slot: clipIndex changes as the view scrolls, so gestures capture their indices
 // on press.
 Item {
@@ -61,25 +62,30 @@ Item {
             EditorState.setTimelineTrimCursor(0, 0)
     }
 
+    // Opaque colours and no per-item clipping keep every clip body in one batched, opaque
+    // draw; translucency or a scissor per clip costs a draw call each on a software renderer.
+    readonly property color baseColor: clipData ? TM.clipColor(Theme, clipData.kind, trackType) : "transparent"
     Rectangle {
         id: body
         anchors.fill: parent
         radius: Theme.radiusXs
-        color: clipItem.clipData ? TM.clipColor(Theme, clipItem.clipData.kind, clipItem.trackType) : "transparent"
+        antialiasing: false
+        color: clipItem.baseColor
         border.width: clipItem.selected ? clipItem.ring : 1
         border.color: clipItem.selected ? Theme.primary
                                     : (panel.effectDropTrackIndex === clipItem.trackIndex && panel.effectDropClipIndex === clipItem.clipIndex
-                                       ? Theme.foreground : Qt.rgba(0, 0, 0, 0.35))
-        clip: true
+                                       ? Theme.foreground : Qt.darker(clipItem.baseColor, 1.6))
 
         Rectangle {
             id: band
-            width: parent.width
+            x: 1
+            y: 1
+            width: parent.width - 2
             height: {
                 const effects = clipItem.clipData && clipItem.clipData.effects ? clipItem.clipData.effects.length : 0
                 return Math.min(clipItem.height / 2, Theme.clipHeaderBandHeight * (effects > 0 ? 1.6 : 1))
             }
-            color: Qt.rgba(0, 0, 0, 0.28)
+            color: Qt.darker(clipItem.baseColor, 1.35)
             Text {
                 anchors.fill: parent
                 anchors.leftMargin: 5
@@ -91,10 +97,13 @@ Item {
                 font.pixelSize: Math.max(8, Math.min(Theme.fontSizeTiny + 1, parent.height - 4))
                 elide: Text.ElideRight
                 textFormat: Text.PlainText
+                renderType: Text.NativeRendering
             }
         }
 
-        // Fade ramps, each canvas only as wide as its fade.
+        // Fade ramps, each only as wide as its fade. They are flat-coloured shapes rather than
+        // canvases: every canvas is a texture of its own and so a draw call of its own, while
+        // shapes of one colour are drawn together.
         Loader {
             active: clipItem.hasFades && clipItem.clipData && clipItem.clipData.fadeIn > 0
             width: clipItem.clipData ? Math.min(clipItem.width, clipItem.clipData.fadeIn * clipItem.pps) : 0
@@ -110,26 +119,17 @@ Item {
         }
     }
 
-    component FadeRamp: Canvas {
+    component FadeRamp: Shape {
+        id: ramp
         property bool rising: true
         anchors.fill: parent
-        onWidthChanged: requestPaint()
-        onHeightChanged: requestPaint()
-        onPaint: {
-            // A canvas with no area has no surface to paint on.
-            if (width < 1 || height < 1)
-                return
-            const ctx = getContext("2d")
-            ctx.reset()
-            ctx.fillStyle = "rgba(0,0,0,0.35)"
-            ctx.beginPath()
-            if (rising) {
-                ctx.moveTo(0, 0); ctx.lineTo(width, 0); ctx.lineTo(0, height)
-            } else {
-                ctx.moveTo(0, 0); ctx.lineTo(width, 0); ctx.lineTo(width, height)
-            }
-            ctx.closePath()
-            ctx.fill()
+        ShapePath {
+            strokeWidth: -1
+            fillColor: Qt.rgba(0, 0, 0, 0.35)
+            startX: 0
+            startY: 0
+            PathLine { x: ramp.width; y: 0 }
+            PathLine { x: ramp.rising ? 0 : ramp.width; y: ramp.height }
         }
     }
 
@@ -302,23 +302,4 @@ Item {
     }
     FadeDot { fadeIn: true }
     FadeDot { fadeIn: false }
-
-    // The transition region towards the touching clip on the right, on video and shape tracks.
-    Loader {
-        id: regionLoader
-        readonly property int partner: clipItem.trackRow.takesTransitions && clipItem.clipData && clipItem.trackRow.sortIndex
-                                       ? TM.touchingPartner(clipItem.trackRow.track.clips, clipItem.trackRow.sortIndex, clipItem.sortedPos) : -1
-        active: partner >= 0 && !clipItem.moving
-        z: 5
-        sourceComponent: TimelineTransitionRegion {
-            panel: clipItem.panel
-            trackIndex: clipItem.trackIndex
-            leftClipIndex: clipItem.clipIndex
-            leftClip: clipItem.clipData
-            rightClip: clipItem.trackRow.track.clips[regionLoader.partner]
-            transitionData: TM.transitionBetween(clipItem.trackRow.track, leftClip.id, rightClip.id)
-            originX: clipItem.x
-            height: clipItem.height
-        }
-    }
 }

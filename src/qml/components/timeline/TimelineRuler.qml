@@ -26,7 +26,7 @@ Item {
         y: Theme.timelineRulerHeight
         width: parent.width
         height: Theme.timelineBookmarkRowHeight
-        color: Theme.dark ? Qt.rgba(1, 1, 1, 0.03) : Qt.rgba(0, 0, 0, 0.03)
+        color: Theme.dark ? "#202020" : "#f1f2f4"
     }
     Rectangle {
         anchors.bottom: parent.bottom
@@ -75,6 +75,7 @@ Item {
                     font.family: Theme.monoFontFamily
                     font.pixelSize: Theme.fontSizeTick
                     textFormat: Text.PlainText
+                    renderType: Text.NativeRendering
                 }
             }
         }

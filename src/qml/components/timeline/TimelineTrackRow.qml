@@ -33,21 +33,33 @@ Item {
     // Plain ints, so slots re-evaluate only when an end of the slice moves to another clip.
     readonly property int first: range.first
     readonly property int last: range.last
-    readonly property int needed: Math.max(0, last - first + 1)
     property int poolSize: 0
-    // Grows at once, shrinks only when far too big, in steps of 8: a resize recreates the pool.
-    onNeededChanged: resizePool()
+    // Sized from the range object itself: `first` and `last` update one after the other, and
+    // their brief disagreement must not resize (and so recreate) the pool. It grows at once and
+    // shrinks only when far too big, in steps of 8.
+    onRangeChanged: resizePool()
     Component.onCompleted: resizePool()
     function resizePool() {
+        const needed = Math.max(0, range.last - range.first + 1)
         if (needed > poolSize || needed < poolSize / 3)
             poolSize = Math.ceil(needed / 8) * 8
     }
 
     Rectangle {
         anchors.fill: parent
-        color: Theme.dark ? Qt.rgba(1, 1, 1, 0.025) : Qt.rgba(0, 0, 0, 0.03)
+        color: Theme.dark ? "#1f1f1f" : "#f1f2f4"
+        antialiasing: false
         border.color: row.trackIndex === panel.dropTrackIndex && panel.dropStartSeconds >= 0 ? Theme.primary : "transparent"
         radius: Theme.radiusXs
+    }
+
+    // The sorted position slot i shows, and the clip there (-1 past the slice).
+    function slotPosition(i) {
+        const n = poolSize
+        return first + (((i - first) % n) + n) % n
+    }
+    function clipAtPosition(pos) {
+        return pos <= last && sortIndex && pos < sortIndex.order.length ? sortIndex.order[pos] : -1
     }
 
     Repeater {
@@ -58,13 +70,47 @@ Item {
             trackRow: row
             trackIndex: row.trackIndex
             trackType: row.trackType
-            sortedPos: {
-                const n = row.poolSize
-                const first = row.first
-                return first + (((index - first) % n) + n) % n
-            }
-            clipIndex: sortedPos <= row.last && row.sortIndex && sortedPos < row.sortIndex.order.length
-                       ? row.sortIndex.order[sortedPos] : -1
+            sortedPos: row.slotPosition(index)
+            clipIndex: row.clipAtPosition(sortedPos)
+        }
+    }
+
+    // Transition regions lie in a layer above all clips of the row, so regions, like clip names,
+    // are drawn together instead of alternating with the clips below them.
+    Repeater {
+        id: regionRepeater
+        model: row.takesTransitions ? row.poolSize : 0
+        delegate: TimelineTransitionRegion {
+            required property int index
+            readonly property int sortedPos: row.slotPosition(index)
+            readonly property int partner: leftClipIndex >= 0 ? TM.touchingPartner(row.track.clips, row.sortIndex, sortedPos) : -1
+            panel: row.panel
+            trackIndex: row.trackIndex
+            leftClipIndex: row.clipAtPosition(sortedPos)
+            leftClip: partner >= 0 ? row.track.clips[leftClipIndex] : null
+            rightClip: partner >= 0 ? row.track.clips[partner] : null
+            transitionData: partner >= 0 ? TM.transitionBetween(row.track, leftClip.id, rightClip.id) : null
+            visible: partner >= 0 && !row.hasMovingClip
+            y: Theme.clipSelectionRingWidth
+            height: row.height - 2 * Theme.clipSelectionRingWidth
+            z: 5
+        }
+    }
+    Repeater {
+        model: regionRepeater.count
+        delegate: Text {
+            required property int index
+            readonly property Item region: regionRepeater.itemAt(index)
+            visible: region !== null && region.visible
+            x: region ? region.x + (region.width - width) / 2 : 0
+            y: region ? region.y + (region.height - height) / 2 : 0
+            z: 6
+            text: region ? region.label : ""
+            color: Theme.foreground
+            font.family: Theme.fontFamily
+            font.pixelSize: Theme.fontSizeTiny
+            font.bold: true
+            renderType: Text.NativeRendering
         }
     }
 

@@ -14,8 +14,6 @@ Item {
     property var leftClip: null
     property var rightClip: null
     property var transitionData: null
-    // The x of the owning clip item in row coordinates; the region is placed relative to it.
-    property real originX: 0
 
     readonly property var span: leftClip && rightClip ? TM.transitionSpan(leftClip, rightClip, transitionData) : ({ start: 0, end: 0 })
     readonly property real spanWidth: (span.end - span.start) * panel.pxPerSecond
@@ -23,31 +21,28 @@ Item {
                                      && EditorState.selectedTransitionLeftClip === leftClipIndex
 
     width: Math.max(8, spanWidth)
-    x: span.start * panel.pxPerSecond - originX - (width - spanWidth) / 2
+    x: span.start * panel.pxPerSecond - (width - spanWidth) / 2
 
+    // The label the row draws above all regions: the transition's first letter, or "≫".
+    readonly property string label: {
+        const kind = transitionData ? String(transitionData.kind || "") : ""
+        return kind.length === 0 || width < 28 ? "≫" : kind.charAt(0).toUpperCase()
+    }
+
+    // The fill is opaque and the hatch one shared texture, so all regions of a row draw in two
+    // batches; their labels come from a layer above, since a label between two hatches would
+    // split them.
     Rectangle {
         anchors.fill: parent
-        radius: 2
-        color: region.transitionData ? Qt.rgba(Theme.primary.r, Theme.primary.g, Theme.primary.b, region.selected ? 0.45 : 0.25)
-                                 : Qt.rgba(1, 1, 1, 0.10)
-        border.color: region.selected ? Theme.primary : Qt.rgba(1, 1, 1, 0.35)
-        clip: true
+        antialiasing: false
+        color: region.transitionData ? Qt.darker(Theme.primary, region.selected ? 1.0 : 1.7) : (Theme.dark ? "#3a3a3a" : "#cfd2d6")
+        border.color: region.selected ? Theme.primary : (Theme.dark ? "#5a5a5a" : "#a9adb3")
         Image {
             anchors.fill: parent
+            anchors.margins: 1
             fillMode: Image.Tile
             // A 6-pixel diagonal tile: one shared texture, however wide the region.
             source: "TimelineHatch.png"
-        }
-        Text {
-            anchors.centerIn: parent
-            text: {
-                const label = region.transitionData ? String(region.transitionData.kind || "") : ""
-                return label.length === 0 || region.width < 28 ? "≫" : label.charAt(0).toUpperCase()
-            }
-            color: Theme.foreground
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.fontSizeTiny
-            font.bold: true
         }
     }
     MouseArea {
