@@ -65,6 +65,9 @@ Item {
     // Opaque colours and no per-item clipping keep every clip body in one batched, opaque
     // draw; translucency or a scissor per clip costs a draw call each on a software renderer.
     readonly property color baseColor: clipData ? TM.clipColor(Theme, clipData.kind, trackType) : "transparent"
+    // The video placeholder is near black: its edge and band go lighter, the others darker.
+    readonly property bool darkBase: baseColor.hslLightness < 0.3
+    readonly property color edgeColor: darkBase ? Qt.lighter(baseColor, 1.9) : Qt.darker(baseColor, 1.6)
     Rectangle {
         id: body
         anchors.fill: parent
@@ -74,7 +77,7 @@ Item {
         border.width: clipItem.selected ? clipItem.ring : 1
         border.color: clipItem.selected ? Theme.primary
                                     : (panel.effectDropTrackIndex === clipItem.trackIndex && panel.effectDropClipIndex === clipItem.clipIndex
-                                       ? Theme.foreground : Qt.darker(clipItem.baseColor, 1.6))
+                                       ? Theme.foreground : clipItem.edgeColor)
 
         Rectangle {
             id: band
@@ -85,7 +88,7 @@ Item {
                 const effects = clipItem.clipData && clipItem.clipData.effects ? clipItem.clipData.effects.length : 0
                 return Math.min(clipItem.height / 2, Theme.clipHeaderBandHeight * (effects > 0 ? 1.6 : 1))
             }
-            color: Qt.darker(clipItem.baseColor, 1.35)
+            color: clipItem.darkBase ? Qt.lighter(clipItem.baseColor, 1.35) : Qt.darker(clipItem.baseColor, 1.35)
             Text {
                 anchors.fill: parent
                 anchors.leftMargin: 5

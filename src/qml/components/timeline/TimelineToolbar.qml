@@ -114,9 +114,9 @@ Rectangle {
             onClicked: EditorState.mergeSelectedClips()
         }
         Divider {}
-        ToolbarButton { text: "⧉"; tip: qsTr("Copy"); onClicked: EditorState.copySelection() }
+        ToolbarButton { text: "❐"; tip: qsTr("Copy"); onClicked: EditorState.copySelection() }
         ToolbarButton { text: "📋"; tip: qsTr("Paste at current time"); onClicked: EditorState.pasteAtPlayhead() }
-        ToolbarButton { text: "⿻"; tip: qsTr("Duplicate"); onClicked: EditorState.duplicateSelectedClip() }
+        ToolbarButton { text: "⊞"; tip: qsTr("Duplicate"); onClicked: EditorState.duplicateSelectedClip() }
         ToolbarButton { text: "❄"; tip: qsTr("Freeze frame"); onClicked: EditorState.freezeFrameAtPlayhead() }
         ToolbarButton {
             objectName: "deleteButton"

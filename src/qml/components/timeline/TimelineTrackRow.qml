@@ -47,7 +47,7 @@ Item {
 
     Rectangle {
         anchors.fill: parent
-        color: Theme.dark ? "#1f1f1f" : "#f1f2f4"
+        color: Theme.dark ? "#141414" : "#f1f2f4"
         antialiasing: false
         border.color: row.trackIndex === panel.dropTrackIndex && panel.dropStartSeconds >= 0 ? Theme.primary : "transparent"
         radius: Theme.radiusXs

@@ -30,10 +30,14 @@ Item {
         }
         return "•"
     }
+    // "Video 1", "Video 2"... numbered from the top among tracks of the same type.
     function nameFor(type, index) {
         const names = { video: qsTr("Video"), audio: qsTr("Audio"), text: qsTr("Text"), subtitle: qsTr("Subtitles"),
             shape: qsTr("Shapes") }
-        return (names[type] || type) + " " + (panel.tracks.length - index)
+        let n = 0
+        for (let i = 0; i <= index; ++i)
+            n += panel.tracks[i].type === type ? 1 : 0
+        return (names[type] || type) + " " + n
     }
     // The insertion index for a y in the track area: the row whose middle lies below it.
     function targetIndexAt(y) {
@@ -122,8 +126,8 @@ Item {
                     Text {
                         id: grip
                         objectName: "trackGrip"
-                        x: 2
-                        width: 12
+                        x: 1
+                        width: 10
                         height: parent.height
                         verticalAlignment: Text.AlignVCenter
                         horizontalAlignment: Text.AlignHCenter
@@ -156,18 +160,20 @@ Item {
                         }
                     }
                     Row {
-                        x: 16
+                        x: 12
                         height: parent.height
+                        width: toggles.x - x - 2
+                        clip: true
                         spacing: 4
                         Text {
                             anchors.verticalCenter: parent.verticalCenter
                             text: column.glyphFor(header.track.type)
-                            color: TM.clipColor(Theme, header.track.type === "shape" ? "shape" : header.track.type, header.track.type)
+                            color: header.track.type === "video" ? Theme.foreground : TM.clipColor(Theme, header.track.type, header.track.type)
                             font.pixelSize: Theme.fontSizeXs
                         }
                         Text {
                             anchors.verticalCenter: parent.verticalCenter
-                            width: 46
+                            width: parent.width - 14
                             text: column.nameFor(header.track.type, header.index)
                             color: Theme.foreground
                             elide: Text.ElideRight
@@ -176,6 +182,7 @@ Item {
                         }
                     }
                     Row {
+                        id: toggles
                         anchors.right: parent.right
                         anchors.rightMargin: 2
                         anchors.verticalCenter: parent.verticalCenter
@@ -183,7 +190,7 @@ Item {
                         HeaderToggle {
                             objectName: "muteToggle"
                             visible: header.track.type === "audio" || header.track.type === "video"
-                            glyph: header.track.muted ? "🔇" : "🔊"
+                            glyph: "M"
                             active: header.track.muted
                             tip: header.track.muted ? qsTr("Unmute track") : qsTr("Mute track")
                             onToggled: EditorState.setTrackMuted(header.index, !header.track.muted)
@@ -226,7 +233,7 @@ Item {
         property bool active: false
         property string tip: ""
         signal toggled()
-        width: 20
+        width: 16
         height: 20
         Rectangle {
             anchors.fill: parent
