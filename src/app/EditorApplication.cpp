@@ -79,27 +79,35 @@ QUrl mainComponentUrl()
     return QUrl(QStringLiteral("qrc:/qt/qml/Orvel/Main.qml"));
 }
 
-int runEditor(int argc, char **argv, const QUrl &rootComponent, const EditorStartupHooks &hooks)
+void prepareEditorServices()
 {
-    configureGraphicsBeforeApplication();
-    QApplication app(argc, argv);
-    nameApplication(app);
-
     loadFontCatalog();
     installCatalogEffectHooks();
     loadEmojiFonts();
     sweepStaleDenoiseFiles();
 
     qmlRegisterType<PreviewItem>(kModuleUri, 1, 0, "PreviewItem");
-    const Services services = constructServices();
-    registerSingletons(services);
+    registerSingletons(constructServices());
+}
 
-    QQmlApplicationEngine engine;
+void prepareEditorEngine(QQmlApplicationEngine &engine)
+{
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine.addImageProvider(QStringLiteral("orvel"), new OrvelImageProvider);
     engine.addImageProvider(QStringLiteral("segment"), new SegmentImageProvider);
     engine.addImageProvider(QStringLiteral("clippreview"), new ClipPreviewImageProvider);
     engine.addImageProvider(QStringLiteral("textstyle"), new TextStylePreviewImageProvider);
+}
+
+int runEditor(int argc, char **argv, const QUrl &rootComponent, const EditorStartupHooks &hooks)
+{
+    configureGraphicsBeforeApplication();
+    QApplication app(argc, argv);
+    nameApplication(app);
+
+    prepareEditorServices();
+    QQmlApplicationEngine engine;
+    prepareEditorEngine(engine);
     QObject::connect(
         &engine, &QQmlApplicationEngine::objectCreationFailed, &app, [] { QCoreApplication::exit(-1); },
         Qt::QueuedConnection);

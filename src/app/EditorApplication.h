@@ -17,6 +17,12 @@ struct EditorStartupHooks
     std::function<void(QQmlApplicationEngine &)> afterLoad;
 };
 
+// The start-up steps between the application object and loading the root component: catalogs,
+// the services and their singletons, then the engine's import path and image providers. The
+// editor runs them in runEditor; tests that drive the real window run them the same way.
+void prepareEditorServices();
+void prepareEditorEngine(QQmlApplicationEngine &engine);
+
 // The whole start-up, event loop and shut-down of the editor. Returns the process exit code.
 // The services are function-local statics: they outlive the engine and the application object
 // and are destroyed by the exit handlers after main returns, in reverse order of construction.

@@ -51,3 +51,8 @@ QString FileDialogs::openFolder(const QString &title) const
 {
     return toUrlString(QFileDialog::getExistingDirectory(nullptr, title, startDirectory()));
 }
+
+QString FileDialogs::urlFromPath(const QString &path) const
+{
+    return QUrl::fromLocalFile(path).toString();
+}

@@ -20,4 +20,6 @@ public:
                                  const QString &defaultSuffix,
                                  const QString &suggestedName = QString()) const;
     Q_INVOKABLE QString openFolder(const QString &title) const;
+    // A local path as a file URL string, with the characters a URL reserves escaped.
+    Q_INVOKABLE QString urlFromPath(const QString &path) const;
 };

@@ -181,3 +181,15 @@ void AssetLibrary::sortByKind()
         return a.name.compare(b.name, Qt::CaseInsensitive) < 0;
     });
 }
+
+bool AssetLibrary::isImportingAt(int index) const
+{
+    const Asset *asset = assetAtRow(index);
+    return asset && m_importing.contains(asset->id);
+}
+
+bool AssetLibrary::fileMissingAt(int index) const
+{
+    const Asset *asset = assetAtRow(index);
+    return asset && !QFileInfo::exists(asset->path);
+}

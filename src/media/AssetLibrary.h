@@ -81,6 +81,9 @@ public:
     Q_INVOKABLE void ensureAllMedia();
     Q_INVOKABLE void sortByName();
     Q_INVOKABLE void sortByKind();
+    // For the panel's badges: a row still being probed, and a row whose file has gone.
+    Q_INVOKABLE bool isImportingAt(int index) const;
+    Q_INVOKABLE bool fileMissingAt(int index) const;
 
     // Called by the controller before it relies on hasAudio of a record loaded from an old
     // document; answers at once when the record already knows, else probes in the background.

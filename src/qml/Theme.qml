@@ -82,5 +82,14 @@ QtObject {
     readonly property real clipMinDurationSeconds: 0.1
     readonly property real clipHeaderBandHeight: 16
 
-    readonly property var icons: ({})
+    // Role to glyph. The glyphs come from the symbol ranges that common desktop fonts cover.
+    readonly property var icons: ({
+        "add": "\u002B", "check": "\u2713", "chevronDown": "\u25BE", "chevronRight": "\u25B8",
+        "close": "\u2715", "more": "\u22EF", "save": "\u2913", "open": "\u2197",
+        "export": "\u21EA", "import": "\u21E9", "sun": "\u2600", "moon": "\u263E",
+        "search": "\u2315", "trash": "\u2716", "sort": "\u21C5", "undo": "\u21B6",
+        "video": "\u25B6", "audio": "\u266A", "image": "\u25A7", "missing": "\u26A0",
+        "info": "\u2139", "success": "\u2714", "warning": "\u26A0", "error": "\u2716",
+        "fullscreen": "\u2922", "update": "\u21BB", "media": "\u25A4", "folder": "\u25A1"
+    })
 }

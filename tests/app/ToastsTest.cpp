@@ -2,6 +2,7 @@
 #include <QColor>
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QQmlError>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <gtest/gtest.h>
@@ -100,4 +101,49 @@ TEST_F(ToastsTest, ThemeTokensAreAvailableToComponents)
     EXPECT_EQ(call("theme", {QStringLiteral("windowMinimumHeight")}).toInt(), 560);
     EXPECT_DOUBLE_EQ(call("theme", {QStringLiteral("headerHeight")}).toDouble(), 54.4);
     EXPECT_EQ(call("theme", {QStringLiteral("primary")}).value<QColor>(), QColor(QStringLiteral("#F8B81C")));
+}
+
+// Every themed control must load (a typo in a binding only shows at load time) and follow a
+// switch of the scheme without being rebuilt.
+TEST(ThemedControls, AllLoadAndFollowTheScheme)
+{
+    QQmlEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    QStringList warnings;
+    QObject::connect(&engine, &QQmlEngine::warnings, [&warnings](const QList<QQmlError> &list) {
+        for (const QQmlError &error : list)
+            warnings << error.toString();
+    });
+    const QStringList names = {QStringLiteral("ThemedButton"),        QStringLiteral("ThemedCheckBox"),
+                               QStringLiteral("ThemedChip"),          QStringLiteral("ThemedComboBox"),
+                               QStringLiteral("ThemedContextMenu"),   QStringLiteral("ThemedDialog"),
+                               QStringLiteral("ThemedLabel"),         QStringLiteral("ThemedMenuItem"),
+                               QStringLiteral("ThemedMenuSeparator"), QStringLiteral("ThemedNumberField"),
+                               QStringLiteral("ThemedProgressBar"),   QStringLiteral("ThemedSlider"),
+                               QStringLiteral("ThemedSwitch"),        QStringLiteral("ThemedTextArea"),
+                               QStringLiteral("ThemedTextField"),     QStringLiteral("ThemedToggleButton"),
+                               QStringLiteral("ThemedToolTip"),       QStringLiteral("IconButton"),
+                               QStringLiteral("IconGlyph"),           QStringLiteral("PanelFrame"),
+                               QStringLiteral("EmptyState"),          QStringLiteral("SkeletonBox"),
+                               QStringLiteral("AppScrollBar")};
+    for (const QString &name : names) {
+        QQmlComponent component(&engine);
+        component.setData(QStringLiteral("import QtQuick\nimport Orvel\nItem { %1 {} }\n").arg(name).toUtf8(),
+                          QUrl());
+        std::unique_ptr<QObject> item(component.create());
+        EXPECT_TRUE(item) << qPrintable(name) << ": " << qPrintable(component.errorString());
+    }
+
+    QQmlComponent label(&engine);
+    label.setData(
+        "import QtQuick\nimport Orvel\nThemedLabel { function toggle() { Theme.toggleDarkMode() } }\n",
+        QUrl());
+    std::unique_ptr<QObject> text(label.create());
+    ASSERT_TRUE(text) << qPrintable(label.errorString());
+    const QColor before = text->property("color").value<QColor>();
+    QMetaObject::invokeMethod(text.get(), "toggle");
+    const QColor after = text->property("color").value<QColor>();
+    EXPECT_NE(before, after);
+    EXPECT_TRUE(after == QColor(QStringLiteral("#dedede")) || after == QColor(QStringLiteral("#1c1c1c")));
+    EXPECT_TRUE(warnings.isEmpty()) << qPrintable(warnings.join(QLatin1Char('\n')));
 }

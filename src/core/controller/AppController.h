@@ -171,6 +171,8 @@ public slots:
     void addClipFromAsset(int assetIndex);
     void addClipFromAssetAt(int assetIndex, int trackIndex, double atSeconds);
     void addClipFromAssetOnNewTrack(int assetIndex, double atSeconds);
+    // Takes the asset out of the library together with the clips that use it (AppControllerAssets.cpp).
+    void removeAsset(int assetIndex);
     void addTextClip(const QString &text, double atSeconds);
     void addSubtitleClip(double atSeconds);
     void addShapeClip(const QString &shapeKind);
