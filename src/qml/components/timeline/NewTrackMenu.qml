@@ -3,7 +3,7 @@ import QtQuick.Controls
 import Orvel
 
 // The track types a user can add; a new track goes to the top.
-Menu {
+ThemedContextMenu {
     id: menu
     objectName: "newTrackMenu"
     Repeater {
@@ -14,7 +14,7 @@ Menu {
             { type: "subtitle", label: qsTr("Subtitle track") },
             { type: "shape", label: qsTr("Shape track") }
         ]
-        delegate: MenuItem {
+        delegate: ThemedMenuItem {
             required property var modelData
             text: modelData.label
             onTriggered: EditorState.addTrack(modelData.type)

@@ -205,32 +205,36 @@ Item {
         const p = source.mapToItem(timeline, x, y)
         clipMenu.popup(timeline, p.x, p.y)
     }
-    Menu {
+    ThemedContextMenu {
         id: clipMenu
         property int trackIndex: -1
         property int clipIndex: -1
         property real atSeconds: 0
-        MenuItem {
+        ThemedMenuItem {
             text: qsTr("Split")
             onTriggered: EditorState.splitClipAt(clipMenu.trackIndex, clipMenu.clipIndex, timeline.snapTime(clipMenu.atSeconds))
         }
-        MenuItem {
+        ThemedMenuItem {
             text: qsTr("Separate audio")
             visible: EditorState.separateAudioAvailable
             height: visible ? implicitHeight : 0
             onTriggered: EditorState.separateAudioFromSelection()
         }
-        MenuItem {
+        ThemedMenuItem {
             text: qsTr("Unlink")
             enabled: EditorState.unlinkAvailable
             onTriggered: EditorState.unlinkSelectedClips()
         }
-        MenuSeparator {}
-        MenuItem { text: qsTr("Cut"); onTriggered: EditorState.cutSelection() }
-        MenuItem { text: qsTr("Copy"); onTriggered: EditorState.copySelection() }
-        MenuItem { text: qsTr("Duplicate"); onTriggered: EditorState.duplicateSelectedClip() }
-        MenuSeparator {}
-        MenuItem { text: qsTr("Delete"); onTriggered: EditorState.deleteSelectedClip() }
+        ThemedMenuSeparator {}
+        ThemedMenuItem { text: qsTr("Cut"); onTriggered: EditorState.cutSelection() }
+        ThemedMenuItem { text: qsTr("Copy"); onTriggered: EditorState.copySelection() }
+        ThemedMenuItem { text: qsTr("Duplicate"); onTriggered: EditorState.duplicateSelectedClip() }
+        ThemedMenuSeparator {}
+        ThemedMenuItem {
+            text: qsTr("Delete")
+            destructive: true
+            onTriggered: EditorState.deleteSelectedClip()
+        }
     }
 
     // Library drops, in track-area coordinates (x in content pixels, y below the track top).
@@ -397,8 +401,8 @@ Item {
             contentWidth: Math.max(width, (EditorState.durationSeconds + 5) * timeline.pxPerSecond)
             contentHeight: Math.max(height, timeline.assetDropTopSlop + timeline.tracksHeight + 40)
             boundsBehavior: Flickable.StopAtBounds
-            ScrollBar.horizontal: ScrollBar { policy: ScrollBar.AsNeeded }
-            ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+            ScrollBar.horizontal: AppScrollBar {}
+            ScrollBar.vertical: AppScrollBar {}
 
             // Presses on empty track space: clear, or draw a selection box.
             MouseArea {
@@ -568,13 +572,16 @@ Item {
             height: parent.height
         }
 
-        TimelineEmptyState {
+        EmptyState {
+            id: emptyState
+            objectName: "timelineEmptyState"
             visible: timeline.tracks.length === 0
-            x: flick.x
-            y: flick.y
-            width: flick.width
-            height: flick.height
-            onNewTrackRequested: headers.openNewTrackMenu(this, width / 2, height / 2 + 30)
+            anchors.centerIn: flick
+            iconName: "media"
+            title: qsTr("Your timeline is empty")
+            hint: qsTr("Drag media here from the library, or add an empty track to start.")
+            actionText: qsTr("New track")
+            onActionTriggered: headers.openNewTrackMenu(emptyState, emptyState.width / 2, emptyState.height)
         }
     }
 }

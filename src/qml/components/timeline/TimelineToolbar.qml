@@ -168,7 +168,7 @@ Rectangle {
             enabled: toolbar.panel.zoom > toolbar.panel.minZoom
             onClicked: toolbar.panel.zoomBy(1 / 1.5)
         }
-        Slider {
+        ThemedSlider {
             id: zoomSlider
             Layout.preferredWidth: 110
             from: Math.log(toolbar.panel.minZoom)

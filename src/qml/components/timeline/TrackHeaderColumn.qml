@@ -104,10 +104,11 @@ Item {
                         acceptedButtons: Qt.RightButton
                         onClicked: mouse => headerMenu.popup(header, mouse.x, mouse.y)
                     }
-                    Menu {
+                    ThemedContextMenu {
                         id: headerMenu
-                        MenuItem {
+                        ThemedMenuItem {
                             text: qsTr("Delete track")
+                            destructive: true
                             onTriggered: deleteConfirm.open()
                         }
                     }
