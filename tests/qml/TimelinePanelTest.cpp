@@ -309,6 +309,65 @@ TEST_F(TimelinePanelTest, MarqueeSelectsTwoClipsThenDeleteUndoAndRedo)
     EXPECT_TRUE(editor->selectedClips().isEmpty());
 }
 
+// The panel's pure helpers, through the same engine and module the panel loads them from.
+TEST_F(TimelinePanelTest, TickStepsLabelsSnappingAndVisibleSlice)
+{
+    QQmlComponent component(engine);
+    component.setData(R"(
+import QtQml
+import "qrc:/qt/qml/Orvel/components/timeline/TimelineMath.js" as TM
+QtObject {
+    function step(pps, unused) { return TM.tickStepSeconds(pps) }
+    function label(s, step) { return TM.formatTick(s, step) }
+    // Snapping to whole seconds within 0.15 s stands in for the controller's snapTime.
+    function snap(start, duration) {
+        const r = TM.snapClipStart(function (t) { return Math.abs(t - Math.round(t)) < 0.15 ? Math.round(t) : t },
+                                   start, duration)
+        return [r.start, r.guide]
+    }
+    function slice(from, to) {
+        const index = TM.buildTrackIndex([{ start: 20, duration: 1 }, { start: 0, duration: 12 }, { start: 13, duration: 1 }])
+        const r = TM.visibleRange(index, from, to, 0.5)
+        return index.order.slice(r.first, r.last + 1)
+    }
+}
+)",
+                      QUrl());
+    std::unique_ptr<QObject> math(component.create());
+    ASSERT_TRUE(math) << qPrintable(component.errorString());
+    // Every helper takes two arguments, so one call shape reaches them all.
+    auto invoke = [&](const char *name, QVariant a, QVariant b = {}) {
+        QVariant result;
+        EXPECT_TRUE(QMetaObject::invokeMethod(math.get(), name, Q_RETURN_ARG(QVariant, result),
+                                              Q_ARG(QVariant, a), Q_ARG(QVariant, b)))
+            << name;
+        return result;
+    };
+    // The first step with at least 66 px between ticks, at the zoom limits too.
+    EXPECT_DOUBLE_EQ(invoke("step", 50.0).toDouble(), 2.0);
+    EXPECT_DOUBLE_EQ(invoke("step", 66.0).toDouble(), 1.0);
+    EXPECT_DOUBLE_EQ(invoke("step", 2000.0).toDouble(), 0.05);
+    EXPECT_DOUBLE_EQ(invoke("step", 2.5).toDouble(), 30.0);
+    EXPECT_EQ(invoke("label", 3725.0, 5.0).toString(), QStringLiteral("01:02:05"));
+    EXPECT_EQ(invoke("label", 61.25, 0.05).toString(), QStringLiteral("00:01:01.25"));
+
+    const auto snapped = [&](double start, double duration) {
+        return invoke("snap", start, duration).toList();
+    };
+    // Only the left edge can snap: it does, with its guide.
+    EXPECT_EQ(snapped(2.1, 0.5), (QVariantList{2.0, 2.0}));
+    // Only the right edge can snap: the clip moves so its end lands.
+    EXPECT_EQ(snapped(1.4, 0.5), (QVariantList{1.5, 2.0}));
+    // Both snap: the left wins when it moved no further.
+    EXPECT_EQ(snapped(3.05, 0.9), (QVariantList{3.0, 3.0}));
+    // Neither: the start stays and no guide shows.
+    EXPECT_EQ(snapped(5.5, 0.5), (QVariantList{5.5, -1}));
+
+    // A long clip that starts before the view still reaches into it; one after it does not.
+    EXPECT_EQ(invoke("slice", 10.0, 13.5).toList(), (QVariantList{1, 2}));
+    EXPECT_EQ(invoke("slice", 0.0, 5.0).toList(), QVariantList{1});
+}
+
 // Items of a name in the panel's visual tree, all of them or only the visible ones.
 int countItems(QQuickItem *item, const QString &name, bool visibleOnly)
 {
