@@ -64,6 +64,24 @@ QtObject {
     readonly property real spacingSm: 4
     readonly property real spacingMd: 6
 
+    // Timeline geometry
+    readonly property real pixelsPerSecondBase: 50
+    readonly property real timelineRulerHeight: 28
+    readonly property real timelineBookmarkRowHeight: 18
+    readonly property real trackHeightVideo: 65
+    readonly property real trackHeightAudio: 50
+    readonly property real trackHeightShape: 50
+    readonly property real trackHeightText: 25
+    readonly property real trackHeightSubtitle: 25
+    readonly property real trackGap: 6
+    readonly property real trackLabelsWidth: 130
+    readonly property real newTrackHitSlop: 24
+    readonly property real clipSelectionRingWidth: 1.5
+    readonly property real clipMinInteractiveWidth: 28
+    readonly property real clipMinWidth: clipMinInteractiveWidth * 2
+    readonly property real clipMinDurationSeconds: 0.1
+    readonly property real clipHeaderBandHeight: 16
+
     // Role to glyph. The glyphs come from the symbol ranges that common desktop fonts cover.
     readonly property var icons: ({
         "add": "\u002B", "check": "\u2713", "chevronDown": "\u25BE", "chevronRight": "\u25B8",
