@@ -239,12 +239,16 @@ ApplicationWindow {
             }
 
             PanelFrame {
-                id: timelineArea
-                objectName: "timelinePanel"
-                property string timelineTool: ""
+                id: timelineFrame
+                objectName: "timelineFrame"
                 visible: !window.previewFullscreen
                 SplitView.preferredHeight: outerSplit.height * 0.5
                 SplitView.minimumHeight: Math.min(140, Math.max(0, outerSplit.height * 0.2))
+                TimelinePanel {
+                    id: timelineArea
+                    objectName: "timelinePanel"
+                    anchors.fill: parent
+                }
             }
         }
     }
