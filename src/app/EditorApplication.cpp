@@ -8,6 +8,7 @@
 #include "core/controller/AppController.h"
 #include "media/AssetLibrary.h"
 #include "ml/DenoiseScratch.h"
+#include "playback/ClipPreviewPlayer.h"
 #include "playback/PreviewItem.h"
 #include "render/CatalogEffectHooks.h"
 
@@ -93,6 +94,9 @@ int runEditor(int argc, char **argv, const QUrl &rootComponent, const EditorStar
     qmlRegisterType<PreviewItem>(kModuleUri, 1, 0, "PreviewItem");
     const Services services = constructServices();
     registerSingletons(services);
+    // Made before the engine so that it outlives every QML item showing its frames.
+    ClipPreviewPlayer clipPreview;
+    services.editor->setClipPreviewPlayer(&clipPreview);
 
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));

@@ -298,3 +298,29 @@ TEST_F(ClipReaderAudio, StepsBackOrRateChangesSeekAndTheEndGivesWhatIsLeft)
     EXPECT_EQ(read(5'900'000, 9600), 4800);
     EXPECT_EQ(read(5'999'000, 480), 0);
 }
+
+// Block after block, a read that asks for t starts at t, whether it lies a little ahead of the
+// last read (samples in between are skipped), far ahead, or a little behind it.
+TEST_F(ClipReaderAudio, EveryReadStartsAtTheTimeItAsksFor)
+{
+    struct Step
+    {
+        TimeUs startUs;
+        int frames;
+    };
+    const Step walk[] = {
+        {0, 1000},         // leaves part of a decoded packet waiting
+        {30'833, 700},     // 10 ms past the last read: skipped within what is waiting
+        {1'500'000, 2400}, // 1.5 s ahead: skipped by reading on
+        {1'530'000, 480},  // 20 ms behind where the last read ended
+        {1'491'000, 4800}, // 49 ms behind
+        {1'591'000, 480},  // exactly where the last read ended
+    };
+    for (const Step &step : walk) {
+        ASSERT_EQ(read(step.startUs, step.frames), step.frames) << step.startUs;
+        EXPECT_NEAR(secondsAt(0), step.startUs / 1e6, 1.5 / 48000.0) << step.startUs;
+        EXPECT_NEAR(secondsAt(step.frames - 1), step.startUs / 1e6 + (step.frames - 1) / 48000.0,
+                    1.5 / 48000.0)
+            << step.startUs;
+    }
+}
