@@ -5,6 +5,7 @@
 #include "app/FileDialogs.h"
 #include "app/ImageProviders.h"
 #include "catalog/FontCatalog.h"
+#include "catalog/PackageRoots.h"
 #include "core/controller/AppController.h"
 #include "media/AssetLibrary.h"
 #include "ml/DenoiseScratch.h"
@@ -13,6 +14,8 @@
 #include "render/CatalogEffectHooks.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQmlApplicationEngine>
@@ -73,6 +76,23 @@ void registerSingletons(const Services &services)
     qmlRegisterSingletonInstance(kModuleUri, 1, 0, "Updates", services.updates);
 }
 
+// Every sticker pack on disk: a stickers root that is a pack itself, or a pack folder directly
+// inside one. An opened project finds the built-in stickers it names in these.
+QStringList stickerPackDirectories()
+{
+    QStringList packs;
+    for (const QString &root :
+         packageRoots("ORVEL_STICKERS_DIR", QStringLiteral("stickers"), QStringLiteral("stickers"))) {
+        const QDir dir(root);
+        if (QFileInfo(dir.filePath(QStringLiteral("pack.json"))).isFile())
+            packs.append(dir.absolutePath());
+        for (const QString &name : dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+            if (QFileInfo(dir.filePath(name + QStringLiteral("/pack.json"))).isFile())
+                packs.append(dir.absoluteFilePath(name));
+    }
+    return packs;
+}
+
 } // namespace
 
 QUrl mainComponentUrl()
@@ -97,6 +117,7 @@ int runEditor(int argc, char **argv, const QUrl &rootComponent, const EditorStar
     // Made before the engine so that it outlives every QML item showing its frames.
     ClipPreviewPlayer clipPreview;
     services.editor->setClipPreviewPlayer(&clipPreview);
+    services.editor->setStickerPackDirectories(stickerPackDirectories());
 
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
