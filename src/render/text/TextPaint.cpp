@@ -93,10 +93,11 @@ QImage colouredCoverage(const QImage &coverage, const QColor &color)
             table[v] |= ((channels[c] * v + 127u) / 255u) << (8 * c);
     }
     QImage image(coverage.size(), QImage::Format_ARGB32_Premultiplied);
+    const int width = coverage.width(); // QImage::width() is a call: kept out of the pixel loop
     for (int y = 0; y < coverage.height(); ++y) {
         const uint8_t *in = coverage.constScanLine(y);
         auto *out = reinterpret_cast<uint32_t *>(image.scanLine(y));
-        for (int x = 0; x < coverage.width(); ++x)
+        for (int x = 0; x < width; ++x)
             out[x] = table[in[x]];
     }
     return image;
