@@ -303,24 +303,13 @@ TEST_F(ClipReaderAudio, StepsBackOrRateChangesSeekAndTheEndGivesWhatIsLeft)
 // last read (samples in between are skipped), far ahead, or a little behind it.
 TEST_F(ClipReaderAudio, EveryReadStartsAtTheTimeItAsksFor)
 {
-    struct Step
-    {
-        TimeUs startUs;
-        int frames;
-    };
-    const Step walk[] = {
-        {0, 1000},         // leaves part of a decoded packet waiting
-        {30'833, 700},     // 10 ms past the last read: skipped within what is waiting
-        {1'500'000, 2400}, // 1.5 s ahead: skipped by reading on
-        {1'530'000, 480},  // 20 ms behind where the last read ended
-        {1'491'000, 4800}, // 49 ms behind
-        {1'591'000, 480},  // exactly where the last read ended
-    };
-    for (const Step &step : walk) {
-        ASSERT_EQ(read(step.startUs, step.frames), step.frames) << step.startUs;
-        EXPECT_NEAR(secondsAt(0), step.startUs / 1e6, 1.5 / 48000.0) << step.startUs;
-        EXPECT_NEAR(secondsAt(step.frames - 1), step.startUs / 1e6 + (step.frames - 1) / 48000.0,
-                    1.5 / 48000.0)
-            << step.startUs;
+    // Start and length of each read: leaving part of a packet waiting, 10 ms past the last read
+    // (skipped within what waits), 1.5 s ahead, 20 ms and 49 ms behind, then exactly on.
+    const std::pair<TimeUs, int> walk[] = {{0, 1000},        {30'833, 700},     {1'500'000, 2400},
+                                           {1'530'000, 480}, {1'491'000, 4800}, {1'591'000, 480}};
+    for (const auto &[startUs, frames] : walk) {
+        ASSERT_EQ(read(startUs, frames), frames) << startUs;
+        EXPECT_NEAR(secondsAt(0), startUs / 1e6, 1.5 / 48000.0) << startUs;
+        EXPECT_NEAR(secondsAt(frames - 1), startUs / 1e6 + (frames - 1) / 48000.0, 1.5 / 48000.0) << startUs;
     }
 }
