@@ -169,7 +169,6 @@ TEST(ClipPreviewPlayer, PlaysFromTheStartWhenAtTheEndAndLeavesNoThreadBehind)
         EXPECT_TRUE(player.isPlaying());
         EXPECT_EQ(player.positionUs(), 0);
         EXPECT_EQ(playing.count(), 1);
-        EXPECT_GE(threadIds().size(), before.size() + 2); // its audio and decode threads
         player.pause();
         EXPECT_FALSE(player.isPlaying());
         EXPECT_LT(player.positionUs(), 1'000'000);
