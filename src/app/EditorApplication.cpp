@@ -6,14 +6,18 @@
 #include "app/ImageProviders.h"
 #include "catalog/AudioEffectCatalog.h"
 #include "catalog/FontCatalog.h"
+#include "catalog/PackageRoots.h"
 #include "core/controller/AppController.h"
 #include "media/AssetLibrary.h"
 #include "ml/DenoiseScratch.h"
 #include "playback/AudioMixer.h"
+#include "playback/ClipPreviewPlayer.h"
 #include "playback/PreviewItem.h"
 #include "render/CatalogEffectHooks.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQmlApplicationEngine>
@@ -74,6 +78,23 @@ void registerSingletons(const Services &services)
     qmlRegisterSingletonInstance(kModuleUri, 1, 0, "Updates", services.updates);
 }
 
+// Every sticker pack on disk: a stickers root that is a pack itself, or a pack folder directly
+// inside one. An opened project finds the built-in stickers it names in these.
+QStringList stickerPackDirectories()
+{
+    QStringList packs;
+    for (const QString &root :
+         packageRoots("ORVEL_STICKERS_DIR", QStringLiteral("stickers"), QStringLiteral("stickers"))) {
+        const QDir dir(root);
+        if (QFileInfo(dir.filePath(QStringLiteral("pack.json"))).isFile())
+            packs.append(dir.absolutePath());
+        for (const QString &name : dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+            if (QFileInfo(dir.filePath(name + QStringLiteral("/pack.json"))).isFile())
+                packs.append(dir.absoluteFilePath(name));
+    }
+    return packs;
+}
+
 } // namespace
 
 QUrl mainComponentUrl()
@@ -81,7 +102,7 @@ QUrl mainComponentUrl()
     return QUrl(QStringLiteral("qrc:/qt/qml/Orvel/Main.qml"));
 }
 
-void prepareEditorServices()
+AppController *prepareEditorServices()
 {
     loadFontCatalog();
     installCatalogEffectHooks();
@@ -95,7 +116,9 @@ void prepareEditorServices()
     const Services services = constructServices();
     services.editor->setAudioEffectCatalogLookup(
         [](const QString &id) { return AudioEffectCatalog::instance().find(id) != nullptr; });
+    services.editor->setStickerPackDirectories(stickerPackDirectories());
     registerSingletons(services);
+    return services.editor;
 }
 
 void prepareEditorEngine(QQmlApplicationEngine &engine)
@@ -113,7 +136,11 @@ int runEditor(int argc, char **argv, const QUrl &rootComponent, const EditorStar
     QApplication app(argc, argv);
     nameApplication(app);
 
-    prepareEditorServices();
+    AppController *editor = prepareEditorServices();
+    // Made before the engine so that it outlives every QML item showing its frames.
+    ClipPreviewPlayer clipPreview;
+    editor->setClipPreviewPlayer(&clipPreview);
+
     QQmlApplicationEngine engine;
     prepareEditorEngine(engine);
     QObject::connect(

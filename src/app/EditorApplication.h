@@ -4,6 +4,7 @@
 
 #include <functional>
 
+class AppController;
 class QQmlApplicationEngine;
 
 namespace orvel {
@@ -19,8 +20,9 @@ struct EditorStartupHooks
 
 // The start-up steps between the application object and loading the root component: catalogs,
 // the services and their singletons, then the engine's import path and image providers. The
-// editor runs them in runEditor; tests that drive the real window run them the same way.
-void prepareEditorServices();
+// editor runs them in runEditor; tests that drive the real window run them the same way. Returns
+// the editor service, which lives until the process exits.
+AppController *prepareEditorServices();
 void prepareEditorEngine(QQmlApplicationEngine &engine);
 
 // The whole start-up, event loop and shut-down of the editor. Returns the process exit code.

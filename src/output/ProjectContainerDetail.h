@@ -5,6 +5,8 @@
 
 #include <QIODevice>
 
+struct evp_md_ctx_st;
+
 namespace orvel::container_detail {
 
 inline constexpr char kMagic[8] = {'O', 'R', 'V', 'E', 'L', 'P', 'R', 'J'};
@@ -38,7 +40,25 @@ inline quint64 saturatingAdd(quint64 a, quint64 b)
     return a > ~quint64(0) - b ? ~quint64(0) : a + b;
 }
 
+// SHA-256 through libcrypto, which uses the processor's hashing instructions where there are
+// any: a project's manifest is hashed on every save and open, and media on every unpack.
 QByteArray sha256(const QByteArray &bytes);
+
+// The same digest over data that arrives in pieces.
+class Sha256
+{
+public:
+    Sha256();
+    ~Sha256();
+    Sha256(const Sha256 &) = delete;
+    Sha256 &operator=(const Sha256 &) = delete;
+
+    void addData(const QByteArray &bytes);
+    QByteArray result();
+
+private:
+    ::evp_md_ctx_st *m_context = nullptr;
+};
 QString bareFileName(const QString &path);
 
 // The manifest as the unpacker needs it: the reader's result plus the blob table and where the

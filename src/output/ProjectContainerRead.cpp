@@ -1,12 +1,12 @@
 // Reading the header and manifest of a project file, with every admission check.
 #include "output/ProjectContainerDetail.h"
 
-#include <QCryptographicHash>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <openssl/evp.h>
 #include <zstd.h>
 
 #include <cmath>
@@ -15,7 +15,38 @@ namespace orvel::container_detail {
 
 QByteArray sha256(const QByteArray &bytes)
 {
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+    Sha256 hash;
+    hash.addData(bytes);
+    return hash.result();
+}
+
+Sha256::Sha256() : m_context(EVP_MD_CTX_new())
+{
+    if (m_context)
+        EVP_DigestInit_ex(m_context, EVP_sha256(), nullptr);
+}
+
+Sha256::~Sha256()
+{
+    EVP_MD_CTX_free(m_context);
+}
+
+void Sha256::addData(const QByteArray &bytes)
+{
+    if (m_context)
+        EVP_DigestUpdate(m_context, bytes.constData(), size_t(bytes.size()));
+}
+
+// Empty when libcrypto could not make a context, which no stored digest matches.
+QByteArray Sha256::result()
+{
+    QByteArray digest(kDigestBytes, Qt::Uninitialized);
+    unsigned int length = 0;
+    if (!m_context ||
+        EVP_DigestFinal_ex(m_context, reinterpret_cast<unsigned char *>(digest.data()), &length) != 1 ||
+        length != unsigned(kDigestBytes))
+        return {};
+    return digest;
 }
 
 QString bareFileName(const QString &path)

@@ -2,7 +2,6 @@
 // digest before it is committed.
 #include "output/ProjectContainerDetail.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -53,7 +52,7 @@ bool readDigestTable(UnpackRun &run, QString *error)
 }
 
 bool copyRaw(UnpackRun &run, const ProjectBlob &blob, const ProjectMediaEntry &entry, QSaveFile &target,
-             QCryptographicHash &hash, QString *error)
+             container_detail::Sha256 &hash, QString *error)
 {
     quint64 remaining = blob.size;
     while (remaining > 0) {
@@ -76,7 +75,7 @@ bool copyRaw(UnpackRun &run, const ProjectBlob &blob, const ProjectMediaEntry &e
 }
 
 bool copyCompressed(UnpackRun &run, const ProjectBlob &blob, const ProjectMediaEntry &entry,
-                    QSaveFile &target, QCryptographicHash &hash, QString *error)
+                    QSaveFile &target, container_detail::Sha256 &hash, QString *error)
 {
     const QByteArray frame = run.file.read(qint64(blob.storedSize));
     if (quint64(frame.size()) < blob.storedSize) {
@@ -115,7 +114,7 @@ bool unpackBlob(UnpackRun &run, const ProjectMediaEntry &entry, const QString &t
         fail(error, QStringLiteral("cannot write %1").arg(entry.fileName));
         return false;
     }
-    QCryptographicHash hash(QCryptographicHash::Sha256);
+    container_detail::Sha256 hash;
     const bool copied = blob.compressed ? copyCompressed(run, blob, entry, target, hash, error)
                                         : copyRaw(run, blob, entry, target, hash, error);
     if (!copied)

@@ -2,7 +2,6 @@
 // through one save file.
 #include "output/ProjectContainerDetail.h"
 
-#include <QCryptographicHash>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -222,7 +221,7 @@ bool copyRawBlob(QSaveFile &target, ProjectBlob &blob, qint64 &doneBytes, qint64
         fail(error, QStringLiteral("cannot read %1").arg(blob.path));
         return false;
     }
-    QCryptographicHash hash(QCryptographicHash::Sha256);
+    container_detail::Sha256 hash;
     QByteArray piece;
     quint64 remaining = blob.size;
     while (remaining > 0) {

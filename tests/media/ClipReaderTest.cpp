@@ -298,3 +298,18 @@ TEST_F(ClipReaderAudio, StepsBackOrRateChangesSeekAndTheEndGivesWhatIsLeft)
     EXPECT_EQ(read(5'900'000, 9600), 4800);
     EXPECT_EQ(read(5'999'000, 480), 0);
 }
+
+// Block after block, a read that asks for t starts at t, whether it lies a little ahead of the
+// last read (samples in between are skipped), far ahead, or a little behind it.
+TEST_F(ClipReaderAudio, EveryReadStartsAtTheTimeItAsksFor)
+{
+    // Start and length of each read: leaving part of a packet waiting, 10 ms past the last read
+    // (skipped within what waits), 1.5 s ahead, 20 ms and 49 ms behind, then exactly on.
+    const std::pair<TimeUs, int> walk[] = {{0, 1000},        {30'833, 700},     {1'500'000, 2400},
+                                           {1'530'000, 480}, {1'491'000, 4800}, {1'591'000, 480}};
+    for (const auto &[startUs, frames] : walk) {
+        ASSERT_EQ(read(startUs, frames), frames) << startUs;
+        EXPECT_NEAR(secondsAt(0), startUs / 1e6, 1.5 / 48000.0) << startUs;
+        EXPECT_NEAR(secondsAt(frames - 1), startUs / 1e6 + (frames - 1) / 48000.0, 1.5 / 48000.0) << startUs;
+    }
+}

@@ -1,6 +1,7 @@
 #include "TextRasterTestSupport.h"
 
 #include "render/text/TextLayout.h"
+#include "render/text/TextPaint.h"
 #include "render/text/TextRaster.h"
 
 #include <QFontDatabase>
@@ -304,5 +305,35 @@ TEST(TextRaster, UnitPiecesLandWhereTheirUnitsLieInTheWholeText)
                 differing += std::abs(qAlpha(composed.pixel(x, y)) - qAlpha(whole.image.pixel(x, y))) > 24;
         }
         EXPECT_LT(differing, 40) << "unit " << int(cut.unit);
+    }
+}
+
+// Coverage masks take a vector path of their own; a grey premultiplied picture, whose four bytes
+// all equal the coverage, takes the per-byte path. Both must give the same bytes, at sizes that
+// are not whole blocks of sixteen and radii on both sides of the vector path's limit.
+TEST(TextRaster, CoverageBlurMatchesThePictureBlurByteForByte)
+{
+    const QSize sizes[] = {{1, 1}, {17, 33}, {70, 5}, {129, 40}};
+    for (const QSize size : sizes) {
+        QImage mask(size, QImage::Format_Alpha8);
+        QImage grey(size, QImage::Format_ARGB32_Premultiplied);
+        for (int y = 0; y < size.height(); ++y)
+            for (int x = 0; x < size.width(); ++x) {
+                const int v = (x * 37 + y * 91 + x * y) % 256;
+                mask.scanLine(y)[x] = uchar(v);
+                reinterpret_cast<QRgb *>(grey.scanLine(y))[x] = qRgba(v, v, v, v);
+            }
+        for (const int radius : {1, 4, 18, 128, 129}) {
+            QImage blurredMask = mask;
+            QImage blurredGrey = grey;
+            orvel::boxBlurPremultiplied(blurredMask, radius);
+            orvel::boxBlurPremultiplied(blurredGrey, radius);
+            int differing = 0;
+            for (int y = 0; y < size.height(); ++y)
+                for (int x = 0; x < size.width(); ++x)
+                    differing += blurredMask.constScanLine(y)[x] !=
+                                 qAlpha(reinterpret_cast<const QRgb *>(blurredGrey.constScanLine(y))[x]);
+            EXPECT_EQ(differing, 0) << size.width() << "x" << size.height() << " radius " << radius;
+        }
     }
 }

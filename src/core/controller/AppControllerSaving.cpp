@@ -62,8 +62,10 @@ void AppController::finishSuccessfulSave(const QString &path, const orvel::Proje
     // by the same test the writer makes.
     m_embeddedPaths.clear();
     for (const orvel::ProjectMediaEntry &entry : data.media) {
+        if (!entry.embed)
+            continue;
         const QFileInfo info(entry.originalPath);
-        if (entry.embed && info.isFile() && info.isReadable())
+        if (info.isFile() && info.isReadable())
             m_embeddedPaths.insert(entry.originalPath);
     }
     setCurrentProjectPath(path);
@@ -165,8 +167,13 @@ QVariantList AppController::recentProjects() const
 void AppController::rememberRecentProject(const QString &path)
 {
     QSettings settings;
-    settings.setValue(kRecentProjectsKey,
-                      orvel::updatedRecentProjects(settings.value(kRecentProjectsKey).toStringList(), path));
+    const QStringList recent = settings.value(kRecentProjectsKey).toStringList();
+    const QStringList updated = orvel::updatedRecentProjects(recent, path);
+    // Saving the project that is already first leaves the list as it is. Writing it anyway would
+    // rewrite the settings file, flushed to disk twice, on every save. The signal still goes out:
+    // the entry's file may have only now come to exist.
+    if (updated != recent)
+        settings.setValue(kRecentProjectsKey, updated);
     emit recentProjectsChanged();
 }
 

@@ -5,6 +5,8 @@
 
 #include <QFontDatabase>
 #include <QFontMetricsF>
+#include <QHash>
+#include <QMutex>
 #include <QRawFont>
 #include <QTextBoundaryFinder>
 #include <QTextLayout>
@@ -27,6 +29,52 @@ bool accentHasOwnSize(const TextAccent &accent)
     return accentRuleSet(accent) && accent.sizeScale > 0.0 && !qFuzzyCompare(accent.sizeScale, 1.0);
 }
 
+// Outlines come out of the font file through the hinter on every request, and a title redrawn
+// for each style change asks for the same few glyphs again and again. They are kept per font
+// (names, size, weight and the font file's header, which tells two files of one name apart)
+// and glyph; the store is emptied when it grows large.
+class GlyphPathCache
+{
+public:
+    static QByteArray fontKey(const QRawFont &font)
+    {
+        QByteArray key = font.familyName().toUtf8();
+        key += '\0' + font.styleName().toUtf8() + '\0';
+        key += QByteArray::number(font.pixelSize()) + ',' + QByteArray::number(font.weight()) + ',' +
+               QByteArray::number(int(font.style())) + ',' +
+               QByteArray::number(int(font.hintingPreference()));
+        return key + font.fontTable("head");
+    }
+
+    QPainterPath path(const QRawFont &font, const QByteArray &fontKey, quint32 glyphIndex)
+    {
+        const QPair<QByteArray, quint32> key(fontKey, glyphIndex);
+        {
+            QMutexLocker lock(&m_mutex);
+            const auto found = m_paths.constFind(key);
+            if (found != m_paths.cend())
+                return found.value();
+        }
+        const QPainterPath made = font.pathForGlyph(glyphIndex);
+        QMutexLocker lock(&m_mutex);
+        if (m_paths.size() >= kCapacity)
+            m_paths.clear();
+        m_paths.insert(key, made);
+        return made;
+    }
+
+private:
+    static constexpr qsizetype kCapacity = 4096;
+    QMutex m_mutex;
+    QHash<QPair<QByteArray, quint32>, QPainterPath> m_paths;
+};
+
+GlyphPathCache &glyphPathCache()
+{
+    static GlyphPathCache cache;
+    return cache;
+}
+
 // The vector outlines of a stretch of laid-out glyphs. Glyphs without an outline (colour emoji)
 // count for the ink box with the whole em box they advance over, as they do not always report
 // an ink box of their own.
@@ -37,8 +85,9 @@ void collectGlyphs(const QList<QGlyphRun> &glyphRuns, GlyphRun &run)
         const QList<quint32> indexes = glyphRun.glyphIndexes();
         const QList<QPointF> positions = glyphRun.positions();
         const QList<QPointF> advances = font.advancesForGlyphIndexes(indexes);
+        const QByteArray fontKey = GlyphPathCache::fontKey(font);
         for (int i = 0; i < indexes.size(); ++i) {
-            QPainterPath glyph = font.pathForGlyph(indexes[i]);
+            QPainterPath glyph = glyphPathCache().path(font, fontKey, indexes[i]);
             if (!glyph.isEmpty()) {
                 glyph.translate(positions[i]);
                 run.path.addPath(glyph);

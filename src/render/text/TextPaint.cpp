@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace orvel {
 
@@ -94,10 +93,11 @@ QImage colouredCoverage(const QImage &coverage, const QColor &color)
             table[v] |= ((channels[c] * v + 127u) / 255u) << (8 * c);
     }
     QImage image(coverage.size(), QImage::Format_ARGB32_Premultiplied);
+    const int width = coverage.width(); // QImage::width() is a call: kept out of the pixel loop
     for (int y = 0; y < coverage.height(); ++y) {
         const uint8_t *in = coverage.constScanLine(y);
         auto *out = reinterpret_cast<uint32_t *>(image.scanLine(y));
-        for (int x = 0; x < coverage.width(); ++x)
+        for (int x = 0; x < width; ++x)
             out[x] = table[in[x]];
     }
     return image;
@@ -205,124 +205,7 @@ void paintWords(QPainter &painter, const QList<GlyphRun> &runs, const QList<RunO
     }
 }
 
-// Box blurs of radius r over the four bytes of each premultiplied pixel, from src to dst: a
-// running sum over 2r+1 pixels, divided in fixed point. Pixels outside the image are zero.
-struct BoxWindow
-{
-    int r = 1;
-    uint32_t reciprocal = 0;
-
-    explicit BoxWindow(int radius) : r(radius), reciprocal((1u << 16) / uint32_t(2 * radius + 1) + 1u) {}
-    uint8_t average(uint32_t sum) const
-    {
-        return uint8_t(std::min<uint32_t>((sum * reciprocal) >> 16, 255u));
-    }
-};
-
-// Rows are blurred a block at a time, so that the running sums of several rows advance side by
-// side instead of each waiting on its own previous step.
-template <int Channels, int Rows>
-void boxBlurRowBlock(const uint8_t *in, uint8_t *out, int width, qsizetype stride, const BoxWindow &box)
-{
-    uint32_t sum[Rows][Channels] = {};
-    const int r = box.r;
-    for (int x = 0; x <= std::min(r, width - 1); ++x) {
-        for (int k = 0; k < Rows; ++k) {
-            for (int c = 0; c < Channels; ++c)
-                sum[k][c] += in[k * stride + x * Channels + c];
-        }
-    }
-    // The pixel entering the window and the one leaving it exist only away from the edges, so
-    // the row is walked in three stretches.
-    const auto step = [&](int x, bool enters, bool leaves) {
-        for (int k = 0; k < Rows; ++k) {
-            const uint8_t *row = in + k * stride;
-            for (int c = 0; c < Channels; ++c) {
-                out[k * stride + x * Channels + c] = box.average(sum[k][c]);
-                if (enters)
-                    sum[k][c] += row[(x + r + 1) * Channels + c];
-                if (leaves)
-                    sum[k][c] -= row[(x - r) * Channels + c];
-            }
-        }
-    };
-    const int headEnd = std::min(r, width);                 // nothing leaves before here
-    const int tailStart = std::max(headEnd, width - r - 1); // nothing enters from here on
-    int x = 0;
-    for (; x < headEnd; ++x)
-        step(x, x + r + 1 < width, false);
-    for (; x < tailStart; ++x)
-        step(x, true, true);
-    for (; x < width; ++x)
-        step(x, x + r + 1 < width, x - r >= 0);
-}
-
-template <int Channels>
-void boxBlurRows(const uint8_t *in, uint8_t *out, int width, int height, qsizetype stride,
-                 const BoxWindow &box)
-{
-    constexpr int kBlock = 8;
-    int y = 0;
-    for (; y + kBlock <= height; y += kBlock)
-        boxBlurRowBlock<Channels, kBlock>(in + y * stride, out + y * stride, width, stride, box);
-    for (; y < height; ++y)
-        boxBlurRowBlock<Channels, 1>(in + y * stride, out + y * stride, width, stride, box);
-}
-
-// Columns are summed a whole row at a time, so memory is read in order. Rows outside the image
-// are a row of zeros.
-void boxBlurColumns(const uint8_t *in, uint8_t *out, int bytes, int height, qsizetype stride,
-                    const BoxWindow &box)
-{
-    std::vector<uint32_t> sums(size_t(bytes), 0u);
-    const std::vector<uint8_t> zeros(size_t(bytes), 0u);
-    for (int y = 0; y <= std::min(box.r, height - 1); ++y) {
-        const uint8_t *row = in + y * stride;
-        for (int i = 0; i < bytes; ++i)
-            sums[i] += row[i];
-    }
-    uint32_t *sum = sums.data();
-    for (int y = 0; y < height; ++y) {
-        const int enter = y + box.r + 1;
-        const int leave = y - box.r;
-        const uint8_t *entering = enter < height ? in + enter * stride : zeros.data();
-        const uint8_t *leaving = leave >= 0 ? in + leave * stride : zeros.data();
-        uint8_t *target = out + y * stride;
-        for (int i = 0; i < bytes; ++i) {
-            target[i] = box.average(sum[i]);
-            sum[i] += uint32_t(entering[i]) - uint32_t(leaving[i]);
-        }
-    }
-}
-
-template <int Channels> void boxBlurBytes(QImage &image, int radius)
-{
-    const int width = image.width();
-    const int height = image.height();
-    const qsizetype stride = image.bytesPerLine();
-    uint8_t *pixels = image.bits();
-    std::vector<uint8_t> scratch(size_t(stride) * size_t(height));
-    const BoxWindow box(radius);
-    for (int round = 0; round < 3; ++round) {
-        boxBlurRows<Channels>(pixels, scratch.data(), width, height, stride, box);
-        boxBlurColumns(scratch.data(), pixels, width * Channels, height, stride, box);
-    }
-}
-
 } // namespace textpaint_detail
-
-void boxBlurPremultiplied(QImage &image, int radius)
-{
-    if (radius < 1 || image.isNull())
-        return;
-    if (image.format() == QImage::Format_Alpha8) {
-        textpaint_detail::boxBlurBytes<1>(image, radius);
-        return;
-    }
-    if (image.format() != QImage::Format_ARGB32_Premultiplied)
-        image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    textpaint_detail::boxBlurBytes<4>(image, radius);
-}
 
 QRectF textRunsInkRect(const QList<GlyphRun> &runs, const TextStyle &style, double scale)
 {
