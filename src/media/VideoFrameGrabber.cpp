@@ -1,6 +1,7 @@
 #include "media/VideoFrameGrabber.h"
 
 #include "media/MediaProbe.h"
+#include "media/VideoColour.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -134,6 +135,11 @@ QImage VideoFrameGrabber::convert(const AVFrame *frame, QSize size)
                              size.height(), AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr, nullptr, nullptr);
     if (!m_sws)
         return {};
+    // Posters and strips must show the colours the preview and the export show.
+    const VideoColour colour = mediadetail::colourOfFrame(frame, m_format->streams[m_streamIndex]->codecpar);
+    VideoColour rgb = colour;
+    rgb.fullRange = true;
+    mediadetail::setScalerColour(m_sws, colour, rgb);
     QImage image(size, QImage::Format_RGB888);
     uint8_t *planes[4] = {image.bits(), nullptr, nullptr, nullptr};
     const int strides[4] = {int(image.bytesPerLine()), 0, 0, 0};

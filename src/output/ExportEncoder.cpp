@@ -75,7 +75,32 @@ bool convertAudio(const float *in, int frameCount, AVFrame *frame)
     }
 }
 
+// Colour tags of the encoder, which the muxer copies to the stream.
+void tagColour(AVCodecContext *video, const VideoColour &colour)
+{
+    video->color_range = colour.fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    video->colorspace = AVColorSpace(mediadetail::avColourSpaceOf(colour));
+    video->color_primaries = AVColorPrimaries(colour.primaries);
+    video->color_trc = AVColorTransferCharacteristic(colour.transfer);
+}
+
 } // namespace
+
+VideoColour exportColour(int outputHeight, const QString &pixelFormat)
+{
+    VideoColour colour;
+    colour.matrix = defaultMatrixForHeight(outputHeight);
+    colour.fullRange = pixelFormat.startsWith(QLatin1String("yuvj"));
+    if (colour.matrix == YuvMatrix::bt709) {
+        colour.primaries = AVCOL_PRI_BT709;
+        colour.transfer = AVCOL_TRC_BT709;
+    } else {
+        // 576 lines is PAL material, everything else NTSC's; both share the BT.601 matrix.
+        colour.primaries = outputHeight == 576 ? AVCOL_PRI_BT470BG : AVCOL_PRI_SMPTE170M;
+        colour.transfer = AVCOL_TRC_SMPTE170M;
+    }
+    return colour;
+}
 
 ExportEncoder::~ExportEncoder()
 {
@@ -114,6 +139,12 @@ bool ExportEncoder::open(const EncoderSetup &setup, const ExportSettings &settin
                               SWS_BILINEAR, nullptr, nullptr, nullptr);
     if (!m_scaler)
         return fail(QStringLiteral("Could not create the scaler"));
+    // Left to itself the scaler writes BT.601 whatever the size: say which matrix and range the
+    // stream is tagged with, so the file decodes to the picture that was composited.
+    const VideoColour colour = exportColour(setup.outputSize.height(), setup.videoRow->pixelFormat);
+    VideoColour rgb = colour;
+    rgb.fullRange = true;
+    mediadetail::setScalerColour(m_scaler, rgb, colour);
     return allocateFrames();
 }
 
@@ -148,6 +179,7 @@ bool ExportEncoder::openVideo(const ExportSettings &settings)
     m_video->framerate = AVRational{m_setup.fps, 1};
     m_video->gop_size = 2 * m_setup.fps;
     m_video->max_b_frames = 2;
+    tagColour(m_video, exportColour(m_setup.outputSize.height(), row.pixelFormat));
     if (m_format->oformat->flags & AVFMT_GLOBALHEADER) {
         m_video->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         m_audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;

@@ -35,4 +35,13 @@ Probe probe(const QString &path);
 // Mean PSNR in dB of the video streams of two files, as ffmpeg's psnr filter computes it.
 double psnr(const QString &a, const QString &b);
 
+struct PlanePsnr
+{
+    double y = -1.0, u = -1.0, v = -1.0;
+};
+
+// The same, plane by plane; both files are first brought to `pixelFormat`, as ffmpeg's scale
+// filter converts (a JPEG-style source is moved from full to limited range on the way).
+PlanePsnr planePsnr(const QString &a, const QString &b, const QString &pixelFormat);
+
 } // namespace exporttest
