@@ -142,6 +142,11 @@ void setScalerColour(SwsContext *scaler, const VideoColour &source, const VideoC
                              1 << 16, 1 << 16);
 }
 
+int rgbScalerFlags()
+{
+    return SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT;
+}
+
 int avColourSpaceOf(const VideoColour &colour)
 {
     switch (colour.matrix) {

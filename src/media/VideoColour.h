@@ -56,6 +56,10 @@ VideoColour colourOfFrame(const AVFrame *frame, const AVCodecParameters *stream)
 // and its matrix is ignored; a YUV to YUV conversion with equal ranges keeps the code values.
 void setScalerColour(SwsContext *scaler, const VideoColour &source, const VideoColour &target);
 
+// Scaler flags for turning YUV into RGB on the CPU. The scaler's default path rounds through
+// small tables and lands up to three code values off; these pictures must match the shader's.
+int rgbScalerFlags();
+
 // FFmpeg's AVColorSpace for a description, for tagging an encoded stream.
 int avColourSpaceOf(const VideoColour &colour);
 

@@ -47,7 +47,8 @@ QImage ClipReader::convertToRgba(const AVFrame *frame)
             return {};
     }
     swsRgba = sws_getCachedContext(swsRgba, source->width, source->height, AVPixelFormat(source->format),
-                                   width, height, AV_PIX_FMT_RGBA, SWS_BILINEAR, nullptr, nullptr, nullptr);
+                                   width, height, AV_PIX_FMT_RGBA, mediadetail::rgbScalerFlags(), nullptr,
+                                   nullptr, nullptr);
     // The scaler reads every YUV source as BT.601 limited unless told otherwise; the picture
     // must match what the GPU shows for the same frame.
     VideoColour rgb = colour;

@@ -130,9 +130,9 @@ QImage VideoFrameGrabber::convert(const AVFrame *frame, QSize size)
 {
     if (frame->width <= 0 || frame->height <= 0 || frame->format < 0)
         return {};
-    m_sws =
-        sws_getCachedContext(m_sws, frame->width, frame->height, AVPixelFormat(frame->format), size.width(),
-                             size.height(), AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr, nullptr, nullptr);
+    m_sws = sws_getCachedContext(m_sws, frame->width, frame->height, AVPixelFormat(frame->format),
+                                 size.width(), size.height(), AV_PIX_FMT_RGB24, mediadetail::rgbScalerFlags(),
+                                 nullptr, nullptr, nullptr);
     if (!m_sws)
         return {};
     // Posters and strips must show the colours the preview and the export show.

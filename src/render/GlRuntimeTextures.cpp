@@ -185,6 +185,13 @@ orvel::GlFbo GlRuntime::nv12ToFbo(const QByteArray &bytes, int width, int height
         createPlaneTexture(gl, GL_R8, GL_RED, width, height, planes),
         createPlaneTexture(gl, GL_RG8, GL_RG, width / 2, height / 2, planes + qint64(width) * height),
     };
+    // Each chroma sample covers its two by two pixels as it is: interpolating would soften
+    // every colour edge, and the export, which averages those pixels back into one sample,
+    // would soften it again on every round trip.
+    gl->glBindTexture(GL_TEXTURE_2D, textures[1]);
+    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    gl->glBindTexture(GL_TEXTURE_2D, 0);
 
     fbo.fbo->bind();
     gl->glViewport(0, 0, width, height);

@@ -25,8 +25,7 @@ void main()
 
 // The matrix and the range come with each frame. Limited range is expanded here, Y from 16..235
 // and chroma from 16..240, so a limited-range black is 0 and white 255. Chroma's zero is the
-// byte 128, which reads back as 128/255, not 0.5: taking 0.5 off would tint every grey. Chroma
-// is filtered by the sampler.
+// byte 128, which reads back as 128/255, not 0.5: taking 0.5 off would tint every grey.
 const char *const kNv12FragmentShader = R"(#version 330 core
 in vec2 v_texCoord;
 out vec4 fragColor;
