@@ -97,15 +97,11 @@ std::array<float, 9> yuvToRgbMatrix(YuvMatrix matrix)
 {
     const auto [kr, kb] = weightsOf(matrix);
     const double kg = 1.0 - kr - kb;
-    return {1.0f,
-            0.0f,
-            float(2.0 * (1.0 - kr)), //
-            1.0f,
-            float(-2.0 * kb * (1.0 - kb) / kg),
-            float(-2.0 * kr * (1.0 - kr) / kg), //
-            1.0f,
-            float(2.0 * (1.0 - kb)),
-            0.0f};
+    const float rFromV = float(2.0 * (1.0 - kr));
+    const float gFromU = float(-2.0 * kb * (1.0 - kb) / kg);
+    const float gFromV = float(-2.0 * kr * (1.0 - kr) / kg);
+    const float bFromU = float(2.0 * (1.0 - kb));
+    return {1.0f, 0.0f, rFromV, 1.0f, gFromU, gFromV, 1.0f, bFromU, 0.0f};
 }
 
 namespace mediadetail {

@@ -37,13 +37,8 @@ struct VideoColour
 YuvMatrix defaultMatrixForHeight(int height);
 
 // Row-major 3x3 that turns (Y, U, V), with Y expanded to 0..1 and chroma centred on 0 in
-// -0.5..0.5, into R'G'B' in 0..1. The shader and the CPU checks use the same numbers.
+// -0.5..0.5, into R'G'B' in 0..1; the NV12 shader takes it as a uniform.
 std::array<float, 9> yuvToRgbMatrix(YuvMatrix matrix);
-
-// Code values of 8-bit limited range: black and white of Y, the centre of chroma and its span.
-inline constexpr double kLimitedLumaBlack = 16.0;
-inline constexpr double kLimitedLumaSpan = 219.0;
-inline constexpr double kLimitedChromaSpan = 224.0;
 
 namespace mediadetail {
 
