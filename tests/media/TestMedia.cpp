@@ -63,10 +63,6 @@ QStringList recipe(const QString &name)
     const QString chirp =
         " -f lavfi -i aevalsrc=0.5*sin(2*PI*(100*t+400*t*t))|0.5*sin(2*PI*(100*t+400*t*t)):s=48000:d=";
     const QString gop = " -g 50" + sharpH264;
-    const auto colour = [](const char *size) {
-        return QStringLiteral("-f lavfi -i color=c=0x3050D0:r=5:d=0.4:s=%1,format=gbrp ").arg(size);
-    };
-    const QString lossless = " -c:v libx264 -preset ultrafast -qp 0";
     const QHash<QString, QString> lines = {
         {"offset.ts", pattern(3) + chirp + "3" + gop + " -c:a mp2"},
         {"hour.ts", pattern(3) + chirp + "3" + gop + " -c:a mp2 -output_ts_offset 3600"},
@@ -90,15 +86,7 @@ QStringList recipe(const QString &name)
         {"raw-nv12.nut", pattern(1) + "-c:v rawvideo -pix_fmt nv12"},
         {"odd.mp4", "-f lavfi -i color=c=red:s=160x96:r=25:d=1,format=yuv444p,scale=161:97 -c:v libx264 "
                     "-preset veryfast"},
-        {"ramp.wav", "-f lavfi -i aevalsrc='t/10|t/10':s=48000:d=6 -c:a pcm_f32le"},
-        // One colour, RGB 48,80,208, coded losslessly in several matrices, ranges and depths.
-        {"colour-sd.mkv", colour("64x48") + "-pix_fmt yuv420p" + lossless},
-        {"colour-hd.mkv",
-         colour("1280x720") + "-vf scale=out_color_matrix=bt709 -pix_fmt yuv420p" + lossless},
-        {"colour-sd709.mkv",
-         colour("64x48") + "-vf scale=out_color_matrix=bt709 -colorspace bt709 -pix_fmt yuv420p" + lossless},
-        {"colour-jpeg.mkv", colour("64x48") + "-vf scale=out_range=pc -pix_fmt yuvj420p" + lossless},
-        {"colour-10bit.mkv", colour("64x48") + "-pix_fmt yuv420p10le" + lossless}};
+        {"ramp.wav", "-f lavfi -i aevalsrc='t/10|t/10':s=48000:d=6 -c:a pcm_f32le"}};
     return words(lines.value(name));
 }
 
