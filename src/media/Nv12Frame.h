@@ -1,5 +1,7 @@
 #pragma once
 
+#include "media/VideoColour.h"
+
 #include <QByteArray>
 #include <QMetaType>
 
@@ -15,6 +17,8 @@ struct Nv12Frame
     QByteArray data;
     std::int32_t width = 0;
     std::int32_t height = 0;
+    // How to read the samples: the source's own matrix and range, never converted on the way.
+    VideoColour colour;
 
     // Every reader applies this test and treats a failing frame as no frame.
     bool isValid() const

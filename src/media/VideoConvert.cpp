@@ -4,6 +4,7 @@
 
 #include "media/DecodeRules.h"
 #include "media/PixelFormats.h"
+#include "media/VideoColour.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -36,6 +37,9 @@ QImage ClipReader::convertToRgba(const AVFrame *frame)
     const int height = targetHeight;
     if (width < 1 || height < 1)
         return {};
+    // The tags are read before a device frame is transferred: the copy in memory has none.
+    const VideoColour colour =
+        mediadetail::colourOfFrame(frame, formatContext->streams[videoStream]->codecpar);
     const AVFrame *source = frame;
     if (isHardwarePixelFormat(frame->format)) {
         source = transferFromHardware(const_cast<AVFrame *>(frame), width, height);
@@ -43,7 +47,13 @@ QImage ClipReader::convertToRgba(const AVFrame *frame)
             return {};
     }
     swsRgba = sws_getCachedContext(swsRgba, source->width, source->height, AVPixelFormat(source->format),
-                                   width, height, AV_PIX_FMT_RGBA, SWS_BILINEAR, nullptr, nullptr, nullptr);
+                                   width, height, AV_PIX_FMT_RGBA, mediadetail::rgbScalerFlags(), nullptr,
+                                   nullptr, nullptr);
+    // The scaler reads every YUV source as BT.601 limited unless told otherwise; the picture
+    // must match what the GPU shows for the same frame.
+    VideoColour rgb = colour;
+    rgb.fullRange = true;
+    mediadetail::setScalerColour(swsRgba, colour, rgb);
     AVFrame *scaled = av_frame_alloc();
     QImage image;
     if (swsRgba && scaled) {
@@ -70,6 +80,8 @@ Nv12Frame ClipReader::convertToNv12(const AVFrame *input)
         return {};
     // A device frame comes over to memory first, scaled on the device where it can be, and is
     // then an ordinary NV12 (or other) software frame.
+    const VideoColour colour =
+        mediadetail::colourOfFrame(input, formatContext->streams[videoStream]->codecpar);
     const AVFrame *frame = input;
     if (isHardwarePixelFormat(input->format)) {
         frame = transferFromHardware(const_cast<AVFrame *>(input), width, height);
@@ -79,6 +91,7 @@ Nv12Frame ClipReader::convertToNv12(const AVFrame *input)
     Nv12Frame out;
     out.width = width;
     out.height = height;
+    out.colour = colour;
     const qsizetype lumaBytes = qsizetype(width) * height;
     // The scaler's vector code may write a little past the last row; the slack takes it, and
     // the frame's size stays the exact packed size.
@@ -95,6 +108,10 @@ Nv12Frame ClipReader::convertToNv12(const AVFrame *input)
                                    height, AV_PIX_FMT_NV12, SWS_BILINEAR, nullptr, nullptr, nullptr);
     if (!swsNv12)
         return {};
+    // The samples keep their matrix and range (the shader reads both from the frame), so a
+    // full-range source is not squeezed into limited range and 10-bit or 4:2:2 material only
+    // loses what NV12 cannot hold. An RGB source is turned into YUV of the frame's own matrix.
+    mediadetail::setScalerColour(swsNv12, colour, colour);
     // Scaled straight into the packed planes: a stride equal to the width drops nothing.
     uint8_t *planes[4] = {reinterpret_cast<uint8_t *>(luma), reinterpret_cast<uint8_t *>(chroma), nullptr,
                           nullptr};

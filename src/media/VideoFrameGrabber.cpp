@@ -1,6 +1,7 @@
 #include "media/VideoFrameGrabber.h"
 
 #include "media/MediaProbe.h"
+#include "media/VideoColour.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -129,11 +130,16 @@ QImage VideoFrameGrabber::convert(const AVFrame *frame, QSize size)
 {
     if (frame->width <= 0 || frame->height <= 0 || frame->format < 0)
         return {};
-    m_sws =
-        sws_getCachedContext(m_sws, frame->width, frame->height, AVPixelFormat(frame->format), size.width(),
-                             size.height(), AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr, nullptr, nullptr);
+    m_sws = sws_getCachedContext(m_sws, frame->width, frame->height, AVPixelFormat(frame->format),
+                                 size.width(), size.height(), AV_PIX_FMT_RGB24, mediadetail::rgbScalerFlags(),
+                                 nullptr, nullptr, nullptr);
     if (!m_sws)
         return {};
+    // Posters and strips must show the colours the preview and the export show.
+    const VideoColour colour = mediadetail::colourOfFrame(frame, m_format->streams[m_streamIndex]->codecpar);
+    VideoColour rgb = colour;
+    rgb.fullRange = true;
+    mediadetail::setScalerColour(m_sws, colour, rgb);
     QImage image(size, QImage::Format_RGB888);
     uint8_t *planes[4] = {image.bits(), nullptr, nullptr, nullptr};
     const int strides[4] = {int(image.bytesPerLine()), 0, 0, 0};

@@ -75,7 +75,37 @@ bool convertAudio(const float *in, int frameCount, AVFrame *frame)
     }
 }
 
+// The shader gives each chroma sample to the two by two pixels it stands for; averaging those
+// four again gives the sample back, where a bilinear filter would blur every colour edge on
+// each round trip. Area averaging is also the better filter when the export scales down.
+constexpr int kExportScalerFlags = SWS_AREA | SWS_ACCURATE_RND;
+
+// Colour tags of the encoder, which the muxer copies to the stream.
+void tagColour(AVCodecContext *video, const VideoColour &colour)
+{
+    video->color_range = colour.fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    video->colorspace = AVColorSpace(mediadetail::avColourSpaceOf(colour));
+    video->color_primaries = AVColorPrimaries(colour.primaries);
+    video->color_trc = AVColorTransferCharacteristic(colour.transfer);
+}
+
 } // namespace
+
+VideoColour exportColour(int outputHeight, const QString &pixelFormat)
+{
+    VideoColour colour;
+    colour.matrix = defaultMatrixForHeight(outputHeight);
+    colour.fullRange = pixelFormat.startsWith(QLatin1String("yuvj"));
+    if (colour.matrix == YuvMatrix::bt709) {
+        colour.primaries = AVCOL_PRI_BT709;
+        colour.transfer = AVCOL_TRC_BT709;
+    } else {
+        // 576 lines is PAL material, everything else NTSC's; both share the BT.601 matrix.
+        colour.primaries = outputHeight == 576 ? AVCOL_PRI_BT470BG : AVCOL_PRI_SMPTE170M;
+        colour.transfer = AVCOL_TRC_SMPTE170M;
+    }
+    return colour;
+}
 
 ExportEncoder::~ExportEncoder()
 {
@@ -113,9 +143,15 @@ bool ExportEncoder::open(const EncoderSetup &setup, const ExportSettings &settin
         return allocateFrames();
     m_scaler = sws_getContext(setup.projectSize.width(), setup.projectSize.height(), AV_PIX_FMT_RGBA,
                               setup.outputSize.width(), setup.outputSize.height(), m_video->pix_fmt,
-                              SWS_BILINEAR, nullptr, nullptr, nullptr);
+                              kExportScalerFlags, nullptr, nullptr, nullptr);
     if (!m_scaler)
         return fail(QStringLiteral("Could not create the scaler"));
+    // Left to itself the scaler writes BT.601 whatever the size: say which matrix and range the
+    // stream is tagged with, so the file decodes to the picture that was composited.
+    const VideoColour colour = exportColour(setup.outputSize.height(), setup.videoRow->pixelFormat);
+    VideoColour rgb = colour;
+    rgb.fullRange = true;
+    mediadetail::setScalerColour(m_scaler, rgb, colour);
     return allocateFrames();
 }
 
@@ -161,6 +197,7 @@ bool ExportEncoder::openVideo(const ExportSettings &settings)
     m_video->framerate = AVRational{m_setup.fps, 1};
     m_video->gop_size = 2 * m_setup.fps;
     m_video->max_b_frames = 2;
+    tagColour(m_video, exportColour(m_setup.outputSize.height(), row.pixelFormat));
     if (m_format->oformat->flags & AVFMT_GLOBALHEADER)
         m_video->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     const bool quality = settings.rateControl == QLatin1String("crf");

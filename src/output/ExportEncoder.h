@@ -1,5 +1,6 @@
 #pragma once
 
+#include "media/VideoColour.h"
 #include "output/ExportJob.h"
 #include "output/ExportSettings.h"
 
@@ -35,6 +36,11 @@ struct EncoderSetup
     bool withAudio = true;
     long long audioFrames = 0; // stereo frames the whole soundtrack holds
 };
+
+// The colour an export is written in: BT.709 for HD and above, BT.601 below, limited range
+// unless the encoder's input format is one of the full-range JPEG formats. Players that see no
+// tags guess by the same height rule, so a file looks right even where the tags are dropped.
+VideoColour exportColour(int outputHeight, const QString &pixelFormat);
 
 // One output file: two encoders, the muxer and the scaler. Every failure leaves its message in
 // error(); the destructor releases everything, writing the trailer of an unfinished file so the

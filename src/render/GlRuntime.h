@@ -1,5 +1,6 @@
 #pragma once
 
+#include "media/VideoColour.h"
 #include "render/GlFbo.h"
 #include "render/GpuFrameTexture.h"
 
@@ -124,8 +125,10 @@ public:
     // texture, the second through the image texture cache.
     orvel::GlFbo imageToFbo(const QImage &image, QSize size);
     orvel::GlFbo cachedImageToFbo(const QImage &image, QSize size);
-    // Tightly packed NV12: a width x height Y plane followed by the interleaved UV plane.
-    orvel::GlFbo nv12ToFbo(const QByteArray &bytes, int width, int height);
+    // Tightly packed NV12: a width x height Y plane followed by the interleaved UV plane, read
+    // with the frame's matrix and range.
+    orvel::GlFbo nv12ToFbo(const QByteArray &bytes, int width, int height,
+                           const orvel::VideoColour &colour = {});
     // Clears `fbo` and draws `texture` over all of it, unblended.
     bool copyTextureToFbo(GLuint texture, orvel::GlFbo &fbo);
     // The full-screen triangle strip, with whatever program the caller has bound.

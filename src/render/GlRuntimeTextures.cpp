@@ -4,6 +4,7 @@
 
 #include "render/GlShaders.h"
 
+#include <QGenericMatrix>
 #include <QOpenGLContext>
 #include <QOpenGLExtraFunctions>
 #include <QOpenGLShaderProgram>
@@ -159,7 +160,8 @@ bool GlRuntime::copyTextureToFbo(GLuint texture, orvel::GlFbo &fbo)
     return true;
 }
 
-orvel::GlFbo GlRuntime::nv12ToFbo(const QByteArray &bytes, int width, int height)
+orvel::GlFbo GlRuntime::nv12ToFbo(const QByteArray &bytes, int width, int height,
+                                  const orvel::VideoColour &colour)
 {
     if (!hasCurrentContext() || width < 1 || height < 1 || width % 2 != 0 || height % 2 != 0)
         return {};
@@ -183,6 +185,13 @@ orvel::GlFbo GlRuntime::nv12ToFbo(const QByteArray &bytes, int width, int height
         createPlaneTexture(gl, GL_R8, GL_RED, width, height, planes),
         createPlaneTexture(gl, GL_RG8, GL_RG, width / 2, height / 2, planes + qint64(width) * height),
     };
+    // Each chroma sample covers its two by two pixels as it is: interpolating would soften
+    // every colour edge, and the export, which averages those pixels back into one sample,
+    // would soften it again on every round trip.
+    gl->glBindTexture(GL_TEXTURE_2D, textures[1]);
+    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    gl->glBindTexture(GL_TEXTURE_2D, 0);
 
     fbo.fbo->bind();
     gl->glViewport(0, 0, width, height);
@@ -192,6 +201,8 @@ orvel::GlFbo GlRuntime::nv12ToFbo(const QByteArray &bytes, int width, int height
     program->bind();
     program->setUniformValue("u_y", 0);
     program->setUniformValue("u_uv", 1);
+    program->setUniformValue("u_yuvMatrix", QMatrix3x3(orvel::yuvToRgbMatrix(colour.matrix).data()));
+    program->setUniformValue("u_fullRange", colour.fullRange ? 1.0f : 0.0f);
     gl->glActiveTexture(GL_TEXTURE0);
     gl->glBindTexture(GL_TEXTURE_2D, textures[0]);
     gl->glActiveTexture(GL_TEXTURE1);

@@ -23,24 +23,26 @@ void main()
 }
 )";
 
-// Y is neither offset by 16/255 nor rescaled, whatever the source's range: the decoder hands
-// over what it has and the picture is shown as stored. Chroma is filtered by the sampler. Its
-// zero is the byte 128, which reads back as 128/255, not 0.5: taking 0.5 off tints every grey.
+// The matrix and the range come with each frame. Limited range is expanded here, Y from 16..235
+// and chroma from 16..240, so a limited-range black is 0 and white 255. Chroma's zero is the
+// byte 128, which reads back as 128/255, not 0.5: taking 0.5 off would tint every grey.
 const char *const kNv12FragmentShader = R"(#version 330 core
 in vec2 v_texCoord;
 out vec4 fragColor;
 uniform sampler2D u_y;
 uniform sampler2D u_uv;
+uniform mat3 u_yuvMatrix;
+uniform float u_fullRange;
 void main()
 {
     float y = texture(u_y, v_texCoord).r;
-    vec2 uv = texture(u_uv, v_texCoord).rg - vec2(128.0 / 255.0);
-    float u = uv.x;
-    float v = uv.y;
-    float r = y + 1.5748 * v;
-    float g = y - 0.1873 * u - 0.4681 * v;
-    float b = y + 1.8556 * u;
-    fragColor = vec4(clamp(vec3(r, g, b), 0.0, 1.0), 1.0);
+    vec2 c = texture(u_uv, v_texCoord).rg - vec2(128.0 / 255.0);
+    if (u_fullRange < 0.5) {
+        y = (y - 16.0 / 255.0) * (255.0 / 219.0);
+        c *= 255.0 / 224.0;
+    }
+    vec3 rgb = u_yuvMatrix * vec3(y, c);
+    fragColor = vec4(clamp(rgb, 0.0, 1.0), 1.0);
 }
 )";
 

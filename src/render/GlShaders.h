@@ -13,8 +13,8 @@ extern const char *const kFullScreenVertexShader;
 // Writes u_currentTexture at v_texCoord unchanged.
 extern const char *const kCopyFragmentShader;
 
-// NV12 to RGB with the BT.709 matrix on unexpanded values: u_y (red: luma) and u_uv (red, green:
-// chroma).
+// NV12 to RGB: u_y (red: luma) and u_uv (red, green: chroma), read with the matrix u_yuvMatrix
+// and, unless u_fullRange is 1, expanded from limited range.
 extern const char *const kNv12FragmentShader;
 
 // Name under which the NV12 program is kept among the runtime's built-in programs.

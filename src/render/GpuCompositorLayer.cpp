@@ -85,24 +85,24 @@ public:
     static constexpr size_t kCapacity = 4; // a few video layers on screen at once
 
     // The RGBA texture of the frame, converted on a miss; 0 when the conversion fails.
-    GLuint texture(const QByteArray &bytes, int width, int height)
+    GLuint texture(const QByteArray &bytes, int width, int height, const VideoColour &colour)
     {
         for (auto it = m_entries.begin(); it != m_entries.end(); ++it) {
             if (it->bytes.constData() == bytes.constData() && it->bytes.size() == bytes.size() &&
-                it->width == width && it->height == height) {
+                it->width == width && it->height == height && it->colour == colour) {
                 m_entries.splice(m_entries.begin(), m_entries, it);
                 return m_entries.front().fbo.texture();
             }
         }
         GlRuntime &gl = GlRuntime::instance();
-        GlFbo fbo = gl.nv12ToFbo(bytes, width, height);
+        GlFbo fbo = gl.nv12ToFbo(bytes, width, height, colour);
         if (!fbo.isValid())
             return 0;
         if (m_entries.size() >= kCapacity) {
             gl.releaseFbo(m_entries.back().fbo);
             m_entries.pop_back();
         }
-        m_entries.push_front({bytes, width, height, std::move(fbo)});
+        m_entries.push_front({bytes, width, height, colour, std::move(fbo)});
         return m_entries.front().fbo.texture();
     }
 
@@ -112,6 +112,7 @@ private:
         QByteArray bytes;
         int width = 0;
         int height = 0;
+        VideoColour colour;
         GlFbo fbo;
     };
     std::list<Entry> m_entries; // most recent first
@@ -134,7 +135,8 @@ GpuCompositor::LayerTexture GpuCompositor::layerTexture(const GpuLayer &layer, Q
     GlRuntime &gl = GlRuntime::instance();
     LayerTexture texture;
     if (!layer.nv12.isEmpty() && layer.nv12Width > 0 && layer.nv12Height > 0) {
-        texture.texture = convertedFrames().texture(layer.nv12, layer.nv12Width, layer.nv12Height);
+        texture.texture =
+            convertedFrames().texture(layer.nv12, layer.nv12Width, layer.nv12Height, layer.nv12Colour);
         texture.size = QSize(layer.nv12Width, layer.nv12Height);
     } else if (!layer.image.isNull()) {
         // A still is uploaded once and drawn from the cache; no framebuffer is filled for it.

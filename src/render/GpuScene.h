@@ -2,6 +2,7 @@
 
 #include "core/document/Project.h"
 #include "core/document/Types.h"
+#include "media/VideoColour.h"
 
 #include <QByteArray>
 #include <QColor>
@@ -38,6 +39,7 @@ struct GpuLayer
     QByteArray nv12; // tightly packed NV12; wins over `image` when not empty
     int32_t nv12Width = 0;
     int32_t nv12Height = 0;
+    VideoColour nv12Colour;        // how the NV12 samples are to be read
     QList<EffectInstance> effects; // parameters with their keyframes already evaluated
     ClipMask mask;
     QString mattePath;

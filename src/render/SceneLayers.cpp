@@ -39,6 +39,7 @@ bool videoOrImagePicture(const SceneContext &context, const Clip &clip, TimeUs t
             layer.nv12 = frame.data;
             layer.nv12Width = frame.width;
             layer.nv12Height = frame.height;
+            layer.nv12Colour = frame.colour;
             return true;
         }
     }

@@ -127,4 +127,24 @@ double minFramePsnr(const QString &a, const QString &b)
     return lowest;
 }
 
+PlanePsnr planePsnr(const QString &a, const QString &b, const QString &pixelFormat)
+{
+    QString log;
+    const QString graph = QStringLiteral("[0:v]format=%1[a];[1:v]format=%1[b];[a][b]psnr").arg(pixelFormat);
+    runTool(QStringLiteral("ffmpeg"), {"-v", "info", "-i", a, "-i", b, "-lavfi", graph, "-f", "null", "-"},
+            &log);
+    const QRegularExpressionMatch m =
+        QRegularExpression(QStringLiteral(" y:([0-9.]+|inf) u:([0-9.]+|inf) v:([0-9.]+|inf)")).match(log);
+    PlanePsnr p;
+    if (!m.hasMatch())
+        return p;
+    const auto value = [](const QString &text) {
+        return text == QLatin1String("inf") ? 1000.0 : text.toDouble();
+    };
+    p.y = value(m.captured(1));
+    p.u = value(m.captured(2));
+    p.v = value(m.captured(3));
+    return p;
+}
+
 } // namespace exporttest

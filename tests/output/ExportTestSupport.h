@@ -40,5 +40,13 @@ double psnr(const QString &a, const QString &b);
 
 // The lowest PSNR in dB over the frames of two files' video, frame against frame.
 double minFramePsnr(const QString &a, const QString &b);
+struct PlanePsnr
+{
+    double y = -1.0, u = -1.0, v = -1.0;
+};
+
+// The same, plane by plane; both files are first brought to `pixelFormat`, as ffmpeg's scale
+// filter converts (a JPEG-style source is moved from full to limited range on the way).
+PlanePsnr planePsnr(const QString &a, const QString &b, const QString &pixelFormat);
 
 } // namespace exporttest

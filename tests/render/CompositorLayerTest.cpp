@@ -90,11 +90,11 @@ TEST_F(CompositorLayerTest, RotationTurnsInsideTheLayersOwnSquare)
 
 TEST_F(CompositorLayerTest, Nv12LayerShowsItsOwnBytesEvenWhenTheyRepeat)
 {
-    // A 4 x 2 frame: luma 120, then interleaved chroma u 140, v 110. The expected RGB is the
-    // BT.709 matrix on unexpanded values.
+    // A 4 x 2 frame: luma 120, then interleaved chroma u 140, v 110, read as BT.709 limited
+    // range, which a frame says unless it says otherwise.
     const auto rgb = [](double y, double u, double v) {
-        y /= 255, u = u / 255 - 0.5, v = v / 255 - 0.5;
-        return Rgb{y + 1.5748 * v, y - 0.1873 * u - 0.4681 * v, y + 1.8556 * u};
+        y = (y - 16) / 219, u = (u - 128) / 224, v = (v - 128) / 224;
+        return Rgb{y + 1.5748 * v, y - 0.187324 * u - 0.468124 * v, y + 1.8556 * u};
     };
     GpuSceneEntry entry = layerEntry(QImage(), {0, 0, 4, 2});
     entry.layer.nv12 = QByteArray(8, char(120)) + QByteArray("\x8c\x6e\x8c\x6e", 4);

@@ -27,11 +27,12 @@ QByteArray nv12Planes(int width, int height, const std::function<int(int, int)> 
     return bytes;
 }
 
-QImage nv12ReadBack(GlRuntime &gl, const QByteArray &bytes, int width, int height)
+QImage nv12ReadBack(GlRuntime &gl, const QByteArray &bytes, int width, int height,
+                    const orvel::VideoColour &colour = {})
 {
     QImage image;
     EXPECT_TRUE(gl.run([&] {
-        orvel::GlFbo fbo = gl.nv12ToFbo(bytes, width, height);
+        orvel::GlFbo fbo = gl.nv12ToFbo(bytes, width, height, colour);
         if (fbo.isValid())
             image = readBack(fbo);
         gl.releaseFbo(fbo);
@@ -39,29 +40,49 @@ QImage nv12ReadBack(GlRuntime &gl, const QByteArray &bytes, int width, int heigh
     return image;
 }
 
-TEST_F(GlRuntimeTest, Nv12ConvertsWithTheBt709MatrixWithoutRangeExpansion)
+// R'G'B' in 0..1 from code values, worked out here from each standard's luma weights.
+std::array<double, 3> expectedRgb(double kr, double kb, bool fullRange, int y8, int u8, int v8)
 {
-    // Greys, limited-range white and black (which must stay 235 and 16), primaries, clamping.
+    const double y = fullRange ? y8 / 255.0 : (y8 - 16) / 219.0;
+    const double u = (u8 - 128) / (fullRange ? 255.0 : 224.0);
+    const double v = (v8 - 128) / (fullRange ? 255.0 : 224.0);
+    const double kg = 1.0 - kr - kb;
+    const double r = y + 2 * (1 - kr) * v, b = y + 2 * (1 - kb) * u;
+    return {r, (y - kr * r - kb * b) / kg, b};
+}
+
+TEST_F(GlRuntimeTest, Nv12ReadsTheFramesMatrixAndExpandsLimitedRange)
+{
+    // Greys, limited-range white and black, primaries, values beyond the legal range.
     const std::vector<std::array<int, 3>> colours = {{128, 128, 128}, {235, 128, 128}, {16, 128, 128},
                                                      {63, 102, 240},  {173, 42, 26},   {32, 240, 118},
                                                      {255, 128, 255}, {0, 0, 0},       {200, 255, 10}};
-    for (const auto &[y8, u8, v8] : colours) {
-        const QImage image = nv12ReadBack(gl(),
-                                          nv12Planes(
-                                              8, 6, [y8](int, int) { return y8; }, u8, v8),
-                                          8, 6);
-        ASSERT_EQ(image.size(), QSize(8, 6));
-        // Worked out here, independently of the shader.
-        const double y = y8 / 255.0, u = (u8 - 128) / 255.0, v = (v8 - 128) / 255.0;
-        const double want[3] = {y + 1.5748 * v, y - 0.1873 * u - 0.4681 * v, y + 1.8556 * u};
-        const Rgba got = storedRgba(image, 3, 2);
-        for (int c = 0; c < 3; ++c)
-            EXPECT_NEAR(got[size_t(c)], std::lround(std::clamp(want[c], 0.0, 1.0) * 255.0), 1)
-                << "channel " << c << " of YUV " << y8 << "," << u8 << "," << v8;
-        EXPECT_EQ(got[3], 255);
-        // Neutral chroma is exactly neutral: a grey stays the same grey in all three channels.
-        if (u8 == 128 && v8 == 128) {
-            EXPECT_EQ(got, (Rgba{y8, y8, y8, 255}));
+    const struct
+    {
+        orvel::YuvMatrix matrix;
+        double kr, kb;
+    } matrices[] = {{orvel::YuvMatrix::bt601, 0.299, 0.114},
+                    {orvel::YuvMatrix::bt709, 0.2126, 0.0722},
+                    {orvel::YuvMatrix::bt2020, 0.2627, 0.0593}};
+    for (const auto &m : matrices) {
+        for (const bool fullRange : {false, true}) {
+            orvel::VideoColour colour;
+            colour.matrix = m.matrix;
+            colour.fullRange = fullRange;
+            for (const auto &[y8, u8, v8] : colours) {
+                const QImage image = nv12ReadBack(gl(),
+                                                  nv12Planes(
+                                                      8, 6, [y8](int, int) { return y8; }, u8, v8),
+                                                  8, 6, colour);
+                ASSERT_EQ(image.size(), QSize(8, 6));
+                const auto want = expectedRgb(m.kr, m.kb, fullRange, y8, u8, v8);
+                const Rgba got = storedRgba(image, 3, 2);
+                for (int c = 0; c < 3; ++c)
+                    EXPECT_NEAR(got[size_t(c)], std::lround(std::clamp(want[size_t(c)], 0.0, 1.0) * 255.0), 1)
+                        << "channel " << c << " of YUV " << y8 << "," << u8 << "," << v8 << " kr " << m.kr
+                        << (fullRange ? " full" : " limited");
+                EXPECT_EQ(got[3], 255);
+            }
         }
     }
 }
@@ -97,7 +118,9 @@ TEST_F(GlRuntimeTest, ImagesWithPaddedRowsUploadByTheirBytesPerLine)
 TEST_F(GlRuntimeTest, Nv12KeepsRowZeroAtRowZeroAndRefusesOddSizesAndShortBuffers)
 {
     const auto luma = [](int col, int row) { return 16 + 12 * row + 5 * col; };
-    const QImage image = nv12ReadBack(gl(), nv12Planes(16, 12, luma, 128, 128), 16, 12);
+    orvel::VideoColour full;
+    full.fullRange = true;
+    const QImage image = nv12ReadBack(gl(), nv12Planes(16, 12, luma, 128, 128), 16, 12, full);
     ASSERT_EQ(image.size(), QSize(16, 12));
     for (int row = 0; row < 12; ++row)
         for (int col = 0; col < 16; ++col)

@@ -39,11 +39,12 @@ Rgb solidVideo(const QString &path, const QString &colour)
         "ffmpeg", {"-v", "error", "-i", path, "-frames:v", "1", "-f", "rawvideo", "-pix_fmt", "nv12", "-"});
     if (nv12.size() != 160 * 96 * 3 / 2)
         return {-1, -1, -1};
-    const auto at = [&nv12](int i) { return uchar(nv12[i]) / 255.0; };
-    const double y = at(48 * 160 + 80), u = at(160 * 96 + 24 * 160 + 80) - 0.5,
-                 v = at(160 * 96 + 24 * 160 + 81) - 0.5;
+    // An untagged picture of 96 lines is read as BT.601 limited range.
+    const auto at = [&nv12](int i) { return double(uchar(nv12[i])); };
+    const double y = (at(48 * 160 + 80) - 16) / 219, u = (at(160 * 96 + 24 * 160 + 80) - 128) / 224,
+                 v = (at(160 * 96 + 24 * 160 + 81) - 128) / 224;
     const auto unit = [](double c) { return std::clamp(c, 0.0, 1.0); };
-    return {unit(y + 1.5748 * v), unit(y - 0.1873 * u - 0.4681 * v), unit(y + 1.8556 * u)};
+    return {unit(y + 1.402 * v), unit(y - 0.344136 * u - 0.714136 * v), unit(y + 1.772 * u)};
 }
 
 // A written frame's pixel against an expected colour, with room for the codec's rounding.
