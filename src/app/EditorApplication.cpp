@@ -10,6 +10,7 @@
 #include "ml/DenoiseScratch.h"
 #include "playback/PreviewItem.h"
 #include "render/CatalogEffectHooks.h"
+#include "render/GlRuntime.h"
 
 #include <QApplication>
 #include <QGuiApplication>
@@ -90,6 +91,9 @@ int runEditor(int argc, char **argv, const QUrl &rootComponent, const EditorStar
     loadEmojiFonts();
     sweepStaleDenoiseFiles();
 
+    // GL starts here, on the GUI thread, where its surface must be made; the preview only draws
+    // once it runs and never starts it from its own thread. Without GL it stays empty.
+    GlRuntime::instance().ensureStarted();
     qmlRegisterType<PreviewItem>(kModuleUri, 1, 0, "PreviewItem");
     const Services services = constructServices();
     registerSingletons(services);

@@ -14,6 +14,28 @@ ApplicationWindow {
     title: "Halvern Orvel"
     color: Theme.appBackground
 
+    property bool previewFullscreen: false
+    property int visibilityBeforeFullscreen: Window.Windowed
+
+    // The preview alone fills the screen; the window's own state comes back afterwards, so a
+    // maximised window stays maximised.
+    function togglePreviewFullscreen() {
+        if (!previewFullscreen) {
+            visibilityBeforeFullscreen = window.visibility
+            previewFullscreen = true
+            window.visibility = Window.FullScreen
+        } else {
+            previewFullscreen = false
+            window.visibility = visibilityBeforeFullscreen
+        }
+    }
+
+    Shortcut {
+        sequence: "Esc"
+        enabled: window.previewFullscreen
+        onActivated: window.togglePreviewFullscreen()
+    }
+
     component PanelArea: Rectangle {
         color: Theme.panelBackground
         border.color: Theme.panelBorder
@@ -33,6 +55,7 @@ ApplicationWindow {
         Item {
             id: header
             objectName: "editorHeader"
+            visible: !window.previewFullscreen
             Layout.fillWidth: true
             Layout.preferredHeight: Theme.headerHeight
         }
@@ -42,9 +65,9 @@ ApplicationWindow {
             objectName: "outerSplit"
             Layout.fillWidth: true
             Layout.fillHeight: true
-            Layout.leftMargin: Theme.pagePadding
-            Layout.rightMargin: Theme.pagePadding
-            Layout.bottomMargin: Theme.pagePadding
+            Layout.leftMargin: window.previewFullscreen ? 0 : Theme.pagePadding
+            Layout.rightMargin: window.previewFullscreen ? 0 : Theme.pagePadding
+            Layout.bottomMargin: window.previewFullscreen ? 0 : Theme.pagePadding
             orientation: Qt.Vertical
             handle: SplitHandle {}
 
@@ -53,23 +76,27 @@ ApplicationWindow {
                 objectName: "innerSplit"
                 orientation: Qt.Horizontal
                 handle: SplitHandle {}
-                SplitView.preferredHeight: outerSplit.height * 0.5
+                SplitView.preferredHeight: window.previewFullscreen ? outerSplit.height : outerSplit.height * 0.5
                 SplitView.minimumHeight: outerSplit.height * 0.3
-                SplitView.maximumHeight: outerSplit.height * 0.85
+                SplitView.maximumHeight: window.previewFullscreen ? outerSplit.height : outerSplit.height * 0.85
 
                 PanelArea {
                     objectName: "assetsPanel"
+                    visible: !window.previewFullscreen
                     SplitView.preferredWidth: innerSplit.width * 0.25
                     // Minimums stay below the available size: on the first pass sizes are 0.
                     SplitView.minimumWidth: Math.min(200, Math.max(0, innerSplit.width * 0.2))
                 }
-                PanelArea {
+                PreviewPanel {
                     objectName: "previewPanel"
                     SplitView.fillWidth: true
                     SplitView.minimumWidth: Math.min(320, Math.max(0, innerSplit.width * 0.3))
+                    fullscreen: window.previewFullscreen
+                    onFullscreenRequested: window.togglePreviewFullscreen()
                 }
                 PanelArea {
                     objectName: "propertiesPanel"
+                    visible: !window.previewFullscreen
                     SplitView.preferredWidth: innerSplit.width * 0.25
                     SplitView.minimumWidth: Math.min(240, Math.max(0, innerSplit.width * 0.2))
                 }
@@ -77,6 +104,7 @@ ApplicationWindow {
 
             PanelArea {
                 objectName: "timelinePanel"
+                visible: !window.previewFullscreen
                 SplitView.preferredHeight: outerSplit.height * 0.5
                 SplitView.minimumHeight: Math.min(140, Math.max(0, outerSplit.height * 0.2))
             }

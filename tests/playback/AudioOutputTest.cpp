@@ -3,6 +3,7 @@
 #include "playback/AudioMixer.h"
 #include "playback/PlaybackAudioOutput.h"
 #include "playback/PlaybackClock.h"
+#include "playback/PlaybackEngine.h"
 
 #include <QAudioDevice>
 #include <QElapsedTimer>
@@ -164,5 +165,78 @@ TEST_F(AudioOutputWithoutDevice, PlaysSilentlyOnTheFreeClockWithOneWarning)
 
     // Another play on the same output stays silent without repeating the warning.
     session.play(100);
+    EXPECT_EQ(outputWarnings().size(), 1);
+}
+
+// The same through the whole engine, as the preview plays: its playhead, moved by its own timers,
+// against the device's figure.
+namespace {
+
+QList<Sample> playEngine(PlaybackEngine &engine, int playMs)
+{
+    QList<Sample> samples;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    engine.play();
+    QEventLoop loop;
+    auto sample = [&] {
+        Sample taken;
+        taken.elapsedMs = elapsed.elapsed();
+        taken.playheadUs = engine.playheadUs();
+        taken.elapsedAfterMs = elapsed.elapsed();
+        taken.deviceUs = engine.audioOutput()->deviceProcessedUs();
+        samples.append(taken);
+    };
+    QTimer tick;
+    tick.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&tick, &QTimer::timeout, sample);
+    tick.start(16);
+    QTimer::singleShot(playMs, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+    sample();
+    engine.pause();
+    return samples;
+}
+
+} // namespace
+
+TEST_F(AudioOutputWithDevice, EnginePlayheadFollowsTheDevice)
+{
+    ASSERT_FALSE(QMediaDevices::defaultAudioOutput().isNull())
+        << "the dummy PulseAudio sink is not reachable";
+    PlaybackSession session;
+    PlaybackEngine engine;
+    engine.setProject(&session.project);
+    const QList<Sample> samples = playEngine(engine, 3000);
+    expectNeverBackwards(samples);
+    int compared = 0;
+    for (const Sample &sample : samples) {
+        if (sample.elapsedMs < 500 || sample.deviceUs <= 0)
+            continue;
+        ++compared;
+        EXPECT_NEAR(double(sample.playheadUs), double(sample.deviceUs), 50'000.0)
+            << "at " << sample.elapsedMs;
+    }
+    EXPECT_GT(compared, 100);
+    EXPECT_GT(samples.last().playheadUs, 2'500'000);
+    EXPECT_FALSE(engine.isPlaying());
+    EXPECT_TRUE(outputWarnings().isEmpty()) << outputWarnings().join(QLatin1Char('\n')).toStdString();
+}
+
+TEST_F(AudioOutputWithoutDevice, EnginePlaysSilentlyOnTheFreeClock)
+{
+    PlaybackSession session;
+    PlaybackEngine engine;
+    engine.setProject(&session.project);
+    const QList<Sample> samples = playEngine(engine, 3000);
+    expectNeverBackwards(samples);
+    // The playhead moves on a 16 ms timer, so it may trail the free clock by one tick.
+    for (const Sample &sample : samples) {
+        const double lowUs = std::max<qint64>(sample.elapsedMs - 500, 0) * 1000.0;
+        const double highUs = std::max<qint64>(sample.elapsedAfterMs - 500, 0) * 1000.0;
+        EXPECT_GE(double(sample.playheadUs), lowUs - 40'000.0) << "at " << sample.elapsedMs;
+        EXPECT_LE(double(sample.playheadUs), highUs + 20'000.0) << "at " << sample.elapsedMs;
+    }
+    EXPECT_GT(samples.last().playheadUs, 2'400'000);
     EXPECT_EQ(outputWarnings().size(), 1);
 }

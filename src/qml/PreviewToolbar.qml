@@ -1,0 +1,133 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Orvel
+
+// The transport row under the preview. It shrinks rather than overlaps: the timecode elides and
+// the spacers around Play give way first.
+Item {
+    id: toolbar
+
+    property bool fitMode: true
+    property bool fullscreen: false
+    signal fitModeToggled()
+    signal fullscreenRequested()
+
+    readonly property var engine: EditorState.playback
+    // projectFps is a call, not a property; the duration's notify (tracksChanged) re-reads it.
+    readonly property int fps: {
+        EditorState.durationSeconds
+        const rate = EditorState.projectFps()
+        return rate > 0 ? rate : 30
+    }
+
+    implicitHeight: 40
+
+    // Frames are counted from the rounded total, so the last field never shows a frame rate's
+    // worth of frames and the seconds roll over cleanly.
+    function timecode(seconds, rate) {
+        const total = Math.round(Math.max(0, seconds) * rate)
+        const hours = Math.floor(total / (rate * 3600))
+        const minutes = Math.floor(total / (rate * 60)) % 60
+        const secs = Math.floor(total / rate) % 60
+        const frames = total % rate
+        const pad = n => (n < 10 ? "0" : "") + n
+        return [pad(hours), pad(minutes), pad(secs), pad(frames)].join(":")
+    }
+
+    component ToolText: Label {
+        color: Theme.foreground
+        font.family: Theme.fontFamily
+        font.pixelSize: Theme.fontSizeSm
+    }
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.pagePadding
+        anchors.rightMargin: Theme.pagePadding
+        spacing: Theme.spacingMd
+
+        ToolText {
+            id: timecodeLabel
+            objectName: "previewTimecode"
+            Layout.preferredWidth: implicitWidth
+            Layout.minimumWidth: 40
+            Layout.fillWidth: false
+            elide: Text.ElideRight
+            font.family: Theme.monoFontFamily
+            text: toolbar.timecode(EditorState.playheadSeconds, toolbar.fps) + " / "
+                  + toolbar.timecode(EditorState.durationSeconds, toolbar.fps)
+            HoverHandler { id: timecodeHover }
+            ToolTip.visible: timecodeHover.hovered
+            ToolTip.text: qsTr("Current time / total · %1 frames per second").arg(toolbar.fps)
+        }
+
+        Item { Layout.fillWidth: true }
+
+        Button {
+            id: playButton
+            objectName: "previewPlayButton"
+            text: EditorState.playing ? qsTr("Pause") : qsTr("Play")
+            highlighted: true
+            onClicked: EditorState.togglePlayback()
+        }
+
+        Item { Layout.fillWidth: true }
+
+        Button {
+            objectName: "previewFitButton"
+            text: toolbar.fitMode ? qsTr("Fit") : qsTr("Fill")
+            flat: true
+            onClicked: toolbar.fitModeToggled()
+        }
+
+        ComboBox {
+            id: qualityBox
+            objectName: "previewQualityBox"
+            textRole: "text"
+            valueRole: "value"
+            implicitContentWidthPolicy: ComboBox.WidestText
+            model: [
+                { text: qsTr("Full"), value: "full" },
+                { text: qsTr("Half"), value: "half" },
+                { text: qsTr("Quarter"), value: "quarter" }
+            ]
+            currentIndex: toolbar.engine ? indexOfValue(toolbar.engine.previewQuality) : 0
+            onActivated: toolbar.engine.previewQuality = currentValue
+        }
+
+        ComboBox {
+            id: modeBox
+            objectName: "previewModeBox"
+            textRole: "text"
+            valueRole: "value"
+            implicitContentWidthPolicy: ComboBox.WidestText
+            model: [
+                { text: qsTr("Fast"), value: "fast" },
+                { text: qsTr("Quality"), value: "quality" }
+            ]
+            currentIndex: toolbar.engine ? indexOfValue(toolbar.engine.playbackMode) : 0
+            onActivated: toolbar.engine.playbackMode = currentValue
+            ToolTip.visible: hovered
+            ToolTip.delay: 600
+            ToolTip.text: qsTr("Fast plays in real time with sound and skips frames it can't render in time. "
+                               + "Quality shows every frame, silently and slower than real time.")
+        }
+
+        Button {
+            objectName: "previewGuidesButton"
+            text: qsTr("Guides")
+            flat: true
+            checkable: true
+            checked: EditorState.guidesEnabled
+            onToggled: EditorState.guidesEnabled = checked
+        }
+
+        Button {
+            objectName: "previewFullscreenButton"
+            text: toolbar.fullscreen ? qsTr("Exit full screen") : qsTr("Full screen")
+            flat: true
+            onClicked: toolbar.fullscreenRequested()
+        }
+    }
+}
