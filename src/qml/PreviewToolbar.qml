@@ -3,9 +3,9 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Orvel
 
-// The transport row under the preview. It shrinks rather than overlaps: the timecode elides and
-// the spacers around Play give way first.
-Item {
+// The transport row under the preview. It shrinks rather than overlaps: the spacers around Play
+// give way first, then the timecode elides.
+Control {
     id: toolbar
 
     property bool fitMode: true
@@ -22,6 +22,22 @@ Item {
     }
 
     implicitHeight: 40
+    clip: true
+    // The plain controls take their colours from the theme, in dark and light alike.
+    palette.window: Theme.panelBackground
+    palette.windowText: Theme.foreground
+    palette.base: Theme.panelBackground
+    palette.text: Theme.foreground
+    palette.button: Theme.panelBackground
+    palette.buttonText: Theme.foreground
+    palette.mid: Theme.panelBorder
+    palette.dark: Theme.panelBorder
+    palette.light: Theme.panelBackground
+    palette.midlight: Theme.panelBorder
+    palette.highlight: Theme.primary
+    palette.highlightedText: Theme.primaryForeground
+    font.family: Theme.fontFamily
+    font.pixelSize: Theme.fontSizeSm
 
     // Frames are counted from the rounded total, so the last field never shows a frame rate's
     // worth of frames and the seconds roll over cleanly.
@@ -41,20 +57,27 @@ Item {
         font.pixelSize: Theme.fontSizeSm
     }
 
-    RowLayout {
-        anchors.fill: parent
-        anchors.leftMargin: Theme.pagePadding
-        anchors.rightMargin: Theme.pagePadding
-        spacing: Theme.spacingMd
+    readonly property var qualities: ["full", "half", "quarter"]
+    readonly property var modes: ["fast", "quality"]
+
+    leftPadding: Theme.pagePadding
+    rightPadding: Theme.pagePadding
+    topPadding: 0
+    bottomPadding: 0
+
+    contentItem: RowLayout {
+        spacing: Theme.spacingSm
 
         ToolText {
             id: timecodeLabel
             objectName: "previewTimecode"
+            Layout.fillWidth: true
             Layout.preferredWidth: implicitWidth
+            Layout.maximumWidth: implicitWidth
             Layout.minimumWidth: 40
-            Layout.fillWidth: false
             elide: Text.ElideRight
             font.family: Theme.monoFontFamily
+            font.pixelSize: Theme.fontSizeXs
             text: toolbar.timecode(EditorState.playheadSeconds, toolbar.fps) + " / "
                   + toolbar.timecode(EditorState.durationSeconds, toolbar.fps)
             HoverHandler { id: timecodeHover }
@@ -69,6 +92,7 @@ Item {
             objectName: "previewPlayButton"
             text: EditorState.playing ? qsTr("Pause") : qsTr("Play")
             highlighted: true
+            Layout.preferredWidth: 64
             onClicked: EditorState.togglePlayback()
         }
 
@@ -86,13 +110,17 @@ Item {
             objectName: "previewQualityBox"
             textRole: "text"
             valueRole: "value"
-            implicitContentWidthPolicy: ComboBox.WidestText
+            Layout.fillWidth: true
+            Layout.preferredWidth: 84
+            Layout.maximumWidth: 84
+            Layout.minimumWidth: 56
             model: [
                 { text: qsTr("Full"), value: "full" },
                 { text: qsTr("Half"), value: "half" },
                 { text: qsTr("Quarter"), value: "quarter" }
             ]
-            currentIndex: toolbar.engine ? indexOfValue(toolbar.engine.previewQuality) : 0
+            // Looked up by hand: indexOfValue is not re-evaluated when the model arrives.
+            currentIndex: toolbar.engine ? Math.max(0, toolbar.qualities.indexOf(toolbar.engine.previewQuality)) : 0
             onActivated: toolbar.engine.previewQuality = currentValue
         }
 
@@ -101,12 +129,15 @@ Item {
             objectName: "previewModeBox"
             textRole: "text"
             valueRole: "value"
-            implicitContentWidthPolicy: ComboBox.WidestText
+            Layout.fillWidth: true
+            Layout.preferredWidth: 84
+            Layout.maximumWidth: 84
+            Layout.minimumWidth: 56
             model: [
                 { text: qsTr("Fast"), value: "fast" },
                 { text: qsTr("Quality"), value: "quality" }
             ]
-            currentIndex: toolbar.engine ? indexOfValue(toolbar.engine.playbackMode) : 0
+            currentIndex: toolbar.engine ? Math.max(0, toolbar.modes.indexOf(toolbar.engine.playbackMode)) : 0
             onActivated: toolbar.engine.playbackMode = currentValue
             ToolTip.visible: hovered
             ToolTip.delay: 600
@@ -125,8 +156,11 @@ Item {
 
         Button {
             objectName: "previewFullscreenButton"
-            text: toolbar.fullscreen ? qsTr("Exit full screen") : qsTr("Full screen")
+            text: toolbar.fullscreen ? "\u2199" : "\u2197"
             flat: true
+            ToolTip.visible: hovered
+            ToolTip.delay: 600
+            ToolTip.text: toolbar.fullscreen ? qsTr("Leave full screen") : qsTr("Full screen")
             onClicked: toolbar.fullscreenRequested()
         }
     }
