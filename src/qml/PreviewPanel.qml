@@ -20,6 +20,9 @@ Rectangle {
         return w > 0 && h > 0 ? w / h : 16 / 9
     }
     readonly property real viewportMargin: Theme.pagePadding
+    // Guides sit over any picture, so they are light in both themes.
+    readonly property color guideMedium: Qt.rgba(1, 1, 1, 0.55)
+    readonly property color guideWeak: Qt.rgba(1, 1, 1, 0.3)
 
     color: Theme.panelBackground
     border.color: fullscreen ? "transparent" : Theme.panelBorder
@@ -65,6 +68,53 @@ Rectangle {
                 anchors.fill: parent
                 onWidthChanged: panel.reportRenderSize()
                 onHeightChanged: panel.reportRenderSize()
+            }
+
+            // Composition guides, drawn over the picture and never into it.
+            Item {
+                id: guides
+                objectName: "previewGuides"
+                anchors.fill: parent
+                visible: EditorState.guidesEnabled
+                readonly property string kind: EditorState.guideType
+                // Hairlines at fractions of the canvas: thirds, or one pair through the centre.
+                readonly property var fractions: kind === "thirds" ? [1 / 3, 2 / 3] : kind === "crosshair" ? [0.5] : []
+
+                Repeater {
+                    model: guides.fractions
+                    Rectangle {
+                        required property real modelData
+                        x: Math.round(guides.width * modelData)
+                        width: 1
+                        height: guides.height
+                        color: panel.guideMedium
+                    }
+                }
+                Repeater {
+                    model: guides.fractions
+                    Rectangle {
+                        required property real modelData
+                        y: Math.round(guides.height * modelData)
+                        height: 1
+                        width: guides.width
+                        color: panel.guideMedium
+                    }
+                }
+                // "safe": frames at 5 % and at 2.5 % inset.
+                Repeater {
+                    model: guides.kind === "safe" ? [{ inset: 0.05, color: panel.guideMedium },
+                                                     { inset: 0.025, color: panel.guideWeak }] : []
+                    Rectangle {
+                        required property var modelData
+                        x: Math.round(guides.width * modelData.inset)
+                        y: Math.round(guides.height * modelData.inset)
+                        width: guides.width - 2 * x
+                        height: guides.height - 2 * y
+                        color: "transparent"
+                        border.width: 1
+                        border.color: modelData.color
+                    }
+                }
             }
         }
 

@@ -51,6 +51,14 @@ Control {
         return [pad(hours), pad(minutes), pad(secs), pad(frames)].join(":")
     }
 
+    // The style's buttons are at least 100 pixels wide; these take only what their text needs.
+    component FlatButton: Button {
+        flat: true
+        leftPadding: Theme.spacingMd
+        rightPadding: Theme.spacingMd
+        implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    }
+
     component ToolText: Label {
         color: Theme.foreground
         font.family: Theme.fontFamily
@@ -98,10 +106,9 @@ Control {
 
         Item { Layout.fillWidth: true }
 
-        Button {
+        FlatButton {
             objectName: "previewFitButton"
             text: toolbar.fitMode ? qsTr("Fit") : qsTr("Fill")
-            flat: true
             onClicked: toolbar.fitModeToggled()
         }
 
@@ -111,8 +118,8 @@ Control {
             textRole: "text"
             valueRole: "value"
             Layout.fillWidth: true
-            Layout.preferredWidth: 84
-            Layout.maximumWidth: 84
+            Layout.preferredWidth: 76
+            Layout.maximumWidth: 76
             Layout.minimumWidth: 56
             model: [
                 { text: qsTr("Full"), value: "full" },
@@ -130,8 +137,8 @@ Control {
             textRole: "text"
             valueRole: "value"
             Layout.fillWidth: true
-            Layout.preferredWidth: 84
-            Layout.maximumWidth: 84
+            Layout.preferredWidth: 76
+            Layout.maximumWidth: 76
             Layout.minimumWidth: 56
             model: [
                 { text: qsTr("Fast"), value: "fast" },
@@ -145,19 +152,17 @@ Control {
                                + "Quality shows every frame, silently and slower than real time.")
         }
 
-        Button {
+        FlatButton {
             objectName: "previewGuidesButton"
             text: qsTr("Guides")
-            flat: true
             checkable: true
             checked: EditorState.guidesEnabled
             onToggled: EditorState.guidesEnabled = checked
         }
 
-        Button {
+        FlatButton {
             objectName: "previewFullscreenButton"
             text: toolbar.fullscreen ? "\u2199" : "\u2197"
-            flat: true
             ToolTip.visible: hovered
             ToolTip.delay: 600
             ToolTip.text: toolbar.fullscreen ? qsTr("Leave full screen") : qsTr("Full screen")

@@ -1,6 +1,5 @@
-// The controller and its playback engine: the playhead and the playing flag in both directions,
-// play at the end, and a new picture after edits and undo. No GL is started here, so the engine
-// draws nothing and each composite finishes at once.
+// The controller and its playback engine. No GL is started here, so the engine draws nothing and
+// each composite finishes at once.
 #include "ControllerFixture.h"
 
 #include "playback/PlaybackEngine.h"
@@ -20,47 +19,32 @@ protected:
         qputenv("PULSE_SERVER", "unix:/nonexistent/orvel-no-server");
         load(makeProject({makeTrack(TrackType::video, {mediaClip("a", 0, 2'000'000)})}));
     }
-    ~ControllerPlaybackTest() override { QSettings().remove(QStringLiteral("preview/playbackMode")); }
-
+    ~ControllerPlaybackTest() override { QSettings().remove("preview/playbackMode"); }
     PlaybackEngine &engine() { return *controller.playback(); }
 };
 
-TEST_F(ControllerPlaybackTest, PlayheadAndPlayingFollowEachOther)
+TEST_F(ControllerPlaybackTest, PlayheadAndPlayingFollowEachOtherAndPlayAtTheEndRestarts)
 {
-    controller.setPlayheadSeconds(1.25);
-    EXPECT_EQ(engine().playheadUs(), 1'250'000);
-
-    // Play at the end starts again from the beginning.
     controller.setPlayheadSeconds(2.0);
-    QSignalSpy playhead(&controller, &AppController::playheadSecondsChanged);
+    EXPECT_EQ(engine().playheadUs(), 2'000'000);
     controller.togglePlayback();
-    EXPECT_TRUE(controller.playing());
-    EXPECT_TRUE(engine().isPlaying());
-    EXPECT_EQ(controller.playheadUs(), 0);
+    EXPECT_TRUE(controller.playing() && engine().isPlaying());
     EXPECT_EQ(engine().playheadUs(), 0);
-    EXPECT_GE(playhead.count(), 1);
-
+    EXPECT_EQ(controller.playheadUs(), 0);
     controller.togglePlayback();
-    EXPECT_FALSE(controller.playing());
-    EXPECT_FALSE(engine().isPlaying());
-    EXPECT_EQ(controller.playheadUs(), engine().playheadUs());
-}
+    EXPECT_FALSE(controller.playing() || engine().isPlaying());
 
-TEST_F(ControllerPlaybackTest, EngineReachingTheEndStopsTheController)
-{
     // Quality mode steps a frame per finished composite, which is at once without GL.
-    engine().setPlaybackMode(QStringLiteral("quality"));
+    engine().setPlaybackMode("quality");
     controller.setPlayheadSeconds(1.8);
     controller.setPlaying(true);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !controller.playing(); }, 5000));
-    EXPECT_FALSE(engine().isPlaying());
     EXPECT_EQ(controller.playheadUs(), 2'000'000);
 }
 
-TEST_F(ControllerPlaybackTest, EditsUndoAndLoadsRedrawTheStoppedPreview)
+TEST_F(ControllerPlaybackTest, EditsUndoLoadsAndScrubsRedrawTheStoppedPreview)
 {
     QSignalSpy finished(engine().compositor(), &CompositorService::compositeFinished);
-    // Waits until the compositor is idle, so that a finish counted afterwards is the action's.
     const auto redrawnAfter = [&](const std::function<void()> &action) {
         if (!QTest::qWaitFor([&] { return !engine().compositor()->isBusy(); }, 2000))
             return false;
@@ -72,6 +56,5 @@ TEST_F(ControllerPlaybackTest, EditsUndoAndLoadsRedrawTheStoppedPreview)
     EXPECT_TRUE(redrawnAfter([&] { controller.undo(); }));
     EXPECT_TRUE(redrawnAfter(
         [&] { load(makeProject({makeTrack(TrackType::video, {mediaClip("b", 0, 1'000'000)})})); }));
-    // A playhead moved by hand while stopped shows its own instant.
     EXPECT_TRUE(redrawnAfter([&] { controller.setPlayheadSeconds(0.5); }));
 }
