@@ -79,9 +79,7 @@ Control {
         ToolText {
             id: timecodeLabel
             objectName: "previewTimecode"
-            Layout.fillWidth: true
             Layout.preferredWidth: implicitWidth
-            Layout.maximumWidth: implicitWidth
             Layout.minimumWidth: 40
             elide: Text.ElideRight
             font.family: Theme.monoFontFamily
