@@ -81,7 +81,6 @@ void CompositorService::requestFrame(TimeUs timeUs, const FrameCompositor::Rende
     m_latestPercent = std::clamp(int(std::lround(effective.previewScale * 100.0)), 10, 100);
     m_latestEchoLimit = options.maxEchoFrames;
     m_latestReadAheadUs = options.readAheadUs;
-    m_latestExcludedClipId = options.excludedClipId;
     // While a composite is in flight this request lives on only as the latest values above.
     if (m_busy.exchange(true))
         return;
@@ -150,10 +149,8 @@ void CompositorService::onWorkerFrameReady(GpuFrameTexture frame, TimeUs timeUs)
     next.previewScale = m_latestPercent / 100.0;
     next.maxEchoFrames = m_latestEchoLimit;
     next.readAheadUs = m_latestReadAheadUs;
-    next.excludedClipId = m_latestExcludedClipId;
     const bool repeat = latestUs == m_lastTimeUs && next.previewScale == m_lastScale &&
-                        next.maxEchoFrames == m_lastEchoLimit && next.readAheadUs == m_lastReadAheadUs &&
-                        next.excludedClipId == m_lastExcludedClipId;
+                        next.maxEchoFrames == m_lastEchoLimit && next.readAheadUs == m_lastReadAheadUs;
     if (!repeat) {
         rememberDispatched(latestUs, next);
         if (!m_busy.exchange(true))

@@ -16,7 +16,6 @@
 #include <QJsonDocument>
 #include <QProcess>
 #include <QQmlApplicationEngine>
-#include <QQmlComponent>
 #include <QQuickWindow>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -185,11 +184,4 @@ TEST_F(PreviewWindowTest, PlaysInRealTimePausesAndSeeksShowingTheRightFrames)
     // 7.32 s at 25 fps is frame 183: 7 s and 8 frames.
     EXPECT_EQ(window->findChild<QObject *>("previewTimecode")->property("text").toString(),
               "00:00:07:08 / 00:00:10:00");
-
-    QQmlComponent toggle(&qml);
-    toggle.setData("import QtQml\nimport Orvel\nQtObject { Component.onCompleted: Theme.toggleDarkMode() }",
-                   QUrl());
-    delete toggle.create();
-    QTest::qWait(100);
-    screenshot("preview-seeked-other-theme.png");
 }
