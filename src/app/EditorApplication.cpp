@@ -14,6 +14,7 @@
 #include "playback/ClipPreviewPlayer.h"
 #include "playback/PreviewItem.h"
 #include "render/CatalogEffectHooks.h"
+#include "render/GlRuntime.h"
 
 #include <QApplication>
 #include <QDir>
@@ -112,6 +113,9 @@ AppController *prepareEditorServices()
     loadEmojiFonts();
     sweepStaleDenoiseFiles();
 
+    // GL starts here, on the GUI thread, where its surface must be made; the preview only draws
+    // once it runs and never starts it from its own thread. Without GL it stays empty.
+    GlRuntime::instance().ensureStarted();
     qmlRegisterType<PreviewItem>(kModuleUri, 1, 0, "PreviewItem");
     const Services services = constructServices();
     services.editor->setAudioEffectCatalogLookup(

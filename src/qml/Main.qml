@@ -220,11 +220,10 @@ ApplicationWindow {
                     SplitView.preferredWidth: innerSplit.width * 0.25
                     SplitView.minimumWidth: Math.min(200, Math.max(0, innerSplit.width * 0.2))
                 }
-                PanelFrame {
+                PreviewPanel {
                     id: previewArea
                     objectName: "previewPanel"
-                    property bool fullscreen: window.previewFullscreen
-                    signal fullscreenRequested()
+                    fullscreen: window.previewFullscreen
                     onFullscreenRequested: window.togglePreviewFullscreen()
                     SplitView.fillWidth: true
                     SplitView.minimumWidth: Math.min(320, Math.max(0, innerSplit.width * 0.3))

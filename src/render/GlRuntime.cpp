@@ -92,6 +92,12 @@ bool GlRuntime::ensureStarted()
     return started;
 }
 
+bool GlRuntime::isAvailable()
+{
+    std::lock_guard lock(m_stateMutex);
+    return m_state == State::available;
+}
+
 bool GlRuntime::start()
 {
     if (!QCoreApplication::instance()) {

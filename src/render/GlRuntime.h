@@ -86,6 +86,9 @@ public:
     // thread's event loop running (or the GUI thread asking too). The application starts the
     // runtime from the GUI thread early on.
     bool ensureStarted();
+    // Whether a start has already succeeded; never starts anything and never waits. For callers
+    // that must not pay for a first start, such as the preview on a machine without GL.
+    bool isAvailable();
     // Runs `job` on the GL thread with the context current and blocks until it has finished, so
     // the job may use the caller's stack. False, with the job not run, when GL is unavailable.
     bool run(const std::function<void()> &job);

@@ -53,12 +53,13 @@ TEST(ApplicationWiring, MainLoadsWithoutWarningsAndBothSingletonNamesAreOneObjec
     EXPECT_EQ(result.exitCode, 0) << qPrintable(result.output);
 
     // The window really rendered: at its requested size, with the theme's background and a
-    // panel in the middle of the upper half, in the dark or the light scheme alike.
+    // panel in the middle of the lower half (the upper one shows the black preview canvas), in
+    // the dark or the light scheme alike.
     const QImage image(screenshot);
     ASSERT_FALSE(image.isNull());
     EXPECT_EQ(image.size() / image.devicePixelRatio(), QSize(1280, 800));
     const QString background = image.pixelColor(2, 2).name();
-    const QString panel = image.pixelColor(image.width() / 2, image.height() / 3).name();
+    const QString panel = image.pixelColor(image.width() / 2, image.height() * 3 / 4).name();
     if (background == QStringLiteral("#0d0d0d"))
         EXPECT_EQ(panel, QStringLiteral("#1a1a1a"));
     else {

@@ -27,6 +27,7 @@ AppController::AppController(AssetLibrary *assetLibrary, QObject *parent)
     };
     connectSignals();
     setUpBridge();
+    setUpPlayback();
     m_undoStack.setUndoLimit(50);
     readSettings();
     startAutosave();

@@ -31,6 +31,7 @@
 #include <memory>
 
 #include "media/AssetLibrary.h"
+#include "playback/PlaybackEngine.h"
 
 // The editor's one controller: it owns the live Project, the undo stack and the editing state,
 // and every edit from QML enters through its slots. It lives on the main thread. Its QML face is
@@ -690,6 +691,24 @@ private:
     std::function<QString(const QString &)> m_emojiFileResolver;
     std::function<bool(const QString &)> m_effectKnown;
     BackgroundJobs m_jobs; // waited for before anything above goes
+
+    // Playback (AppControllerPlayback.cpp)
+public:
+    Q_PROPERTY(orvel::PlaybackEngine *playback READ playback CONSTANT)
+    orvel::PlaybackEngine *playback() { return &m_playback; }
+
+public slots:
+    void togglePlayback();
+
+private:
+    void setUpPlayback();
+    void seekEngineToPlayhead();
+    void startOrStopEngine();
+    void followEnginePlayhead();
+    void followEnginePlaying();
+    // Declared after the document, so it stops (and its audio thread stops reading the project)
+    // before the document goes.
+    orvel::PlaybackEngine m_playback;
 
     // Export to a video file on the pool (AppControllerExport.cpp)
 public:
