@@ -81,7 +81,6 @@ void CompositorService::requestFrame(TimeUs timeUs, const FrameCompositor::Rende
     m_latestPercent = std::clamp(int(std::lround(effective.previewScale * 100.0)), 10, 100);
     m_latestEchoLimit = options.maxEchoFrames;
     m_latestReadAheadUs = options.readAheadUs;
-    m_latestExcludedClipId = options.excludedClipId;
     // While a composite is in flight this request lives on only as the latest values above.
     if (m_busy.exchange(true))
         return;
@@ -146,14 +145,14 @@ void CompositorService::onWorkerFrameReady(GpuFrameTexture frame, TimeUs timeUs)
         emit frameReady(frame);
     m_busy.store(false);
 
+    // A follow-up stands for the newest of the requests that came in while busy; it carries no
+    // hidden clip, which belongs to the one paused request that asked for it.
     FrameCompositor::RenderOptions next;
     next.previewScale = m_latestPercent / 100.0;
     next.maxEchoFrames = m_latestEchoLimit;
     next.readAheadUs = m_latestReadAheadUs;
-    next.excludedClipId = m_latestExcludedClipId;
     const bool repeat = latestUs == m_lastTimeUs && next.previewScale == m_lastScale &&
-                        next.maxEchoFrames == m_lastEchoLimit && next.readAheadUs == m_lastReadAheadUs &&
-                        next.excludedClipId == m_lastExcludedClipId;
+                        next.maxEchoFrames == m_lastEchoLimit && next.readAheadUs == m_lastReadAheadUs;
     if (!repeat) {
         rememberDispatched(latestUs, next);
         if (!m_busy.exchange(true))

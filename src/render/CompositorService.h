@@ -68,7 +68,6 @@ private:
     int m_latestPercent = 100;
     int32_t m_latestEchoLimit = -1;
     TimeUs m_latestReadAheadUs = 0;
-    QString m_latestExcludedClipId;
 
     // What went to the worker last, so that a repeat of it is not drawn twice.
     TimeUs m_lastTimeUs = -1;

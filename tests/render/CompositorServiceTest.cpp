@@ -20,7 +20,6 @@ struct Composite
 {
     TimeUs timeUs = 0;
     double scale = 0.0;
-    QString excludedClipId;
 };
 
 class GatedWorker : public CompositorWorker
@@ -36,7 +35,7 @@ protected:
     {
         {
             QMutexLocker lock(&mutex);
-            composites.append({timeUs, options.previewScale, options.excludedClipId});
+            composites.append({timeUs, options.previewScale});
         }
         gate.acquire();
         return GpuFrameTexture{7, QSize(16, 9)};
@@ -110,29 +109,6 @@ TEST_F(CompositorServiceTest, NewestWaitingRequestWinsAndRepeatsAreNotDrawn)
     finishOne();
     finishOne();
     EXPECT_EQ(compositeTimes().mid(2), (QList<TimeUs>{500 * kMs, 500 * kMs, 500 * kMs}));
-    EXPECT_FALSE(service.isBusy());
-}
-
-TEST_F(CompositorServiceTest, FollowUpRequestKeepsTheHiddenClipOut)
-{
-    service.setAdaptive(false);
-    const FrameCompositor::RenderOptions hiding{1.0, -1, 0, QStringLiteral("clip-a")};
-    service.requestFrame(0, hiding);
-    service.requestFrame(40 * kMs, hiding); // waits, then goes out as the follow-up
-    finishOne();
-    finishOne();
-    ASSERT_EQ(composites().size(), 2);
-    EXPECT_EQ(composites()[1].timeUs, 40 * kMs);
-    EXPECT_EQ(composites()[1].excludedClipId, QStringLiteral("clip-a"));
-
-    // Showing the clip again at the same time is a different picture, not a repeat.
-    service.requestFrame(80 * kMs, hiding);
-    request(80 * kMs);
-    finishOne();
-    finishOne();
-    ASSERT_EQ(composites().size(), 4);
-    EXPECT_EQ(composites()[3].timeUs, 80 * kMs);
-    EXPECT_TRUE(composites()[3].excludedClipId.isEmpty());
     EXPECT_FALSE(service.isBusy());
 }
 
