@@ -1,5 +1,6 @@
 #include "output/ExportJob.h"
 
+#include "catalog/TransitionCatalog.h"
 #include "output/ExportEncoder.h"
 #include "playback/AudioMixer.h"
 #include "render/FrameCompositor.h"
@@ -66,6 +67,7 @@ bool encodeFrames(const Project &project, const EncoderSetup &setup, long long t
     FrameCompositor compositor(&project);
     AudioMixer mixer;
     mixer.setProject(&project);
+    mixer.setTransitionCurveLookup(transitionAudioCurve);
     std::vector<float> block;
     long long audioWritten = 0;
     for (long long i = 0; i < totalFrames; ++i) {

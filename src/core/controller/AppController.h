@@ -453,9 +453,12 @@ protected:
     void emitDocumentSignals();
 
 public:
-    // The installed effect packages for the effects panel (AppControllerEffects.cpp).
+    // The installed effect packages for the effects panel (AppControllerEffects.cpp), and the
+    // transition packages for the transition inspector (AppControllerTransitions.cpp).
     Q_INVOKABLE QVariantList effectCatalog() const;
     Q_INVOKABLE QVariantList effectCategories() const;
+    Q_INVOKABLE QVariantList transitionKinds() const;
+    Q_INVOKABLE QVariantList transitionCategories() const;
 
 private:
     void readSettings();
