@@ -1,12 +1,7 @@
 #include "catalog/EffectCatalog.h"
 
 #include "catalog/PackageRoots.h"
-
-#include <QDir>
-#include <QFileInfo>
-#include <QSet>
-
-#include <algorithm>
+#include "catalog/PackageScan.h"
 
 namespace orvel {
 
@@ -16,33 +11,6 @@ namespace effectcatalogdetail {
 QString currentId(const QString &id)
 {
     return id == QLatin1String("stylize.rgb_split") ? QStringLiteral("rgb_split") : id;
-}
-
-void scanRoot(const QString &root, QSet<QString> &seen, QList<EffectDescriptor> &out)
-{
-    const QDir dir(root);
-    if (!dir.exists())
-        return;
-    const QStringList names = dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-    for (const QString &name : names) {
-        const QString directory = dir.filePath(name);
-        if (!QFileInfo::exists(QDir(directory).filePath(QStringLiteral("effect.json"))))
-            continue;
-        QString error;
-        EffectDescriptor descriptor = parseEffectPackage(directory, &error);
-        if (descriptor.id.isEmpty()) {
-            qWarning("EffectPackageLoader: skip %s: %s", qPrintable(directory),
-                     qPrintable(error.isEmpty() ? QStringLiteral("invalid package") : error));
-            continue;
-        }
-        if (seen.contains(descriptor.id)) {
-            qDebug("EffectPackageLoader: duplicate id '%s' in %s (ignored)", qPrintable(descriptor.id),
-                   qPrintable(directory));
-            continue;
-        }
-        seen.insert(descriptor.id);
-        out.append(std::move(descriptor));
-    }
 }
 
 QString valueText(const QVariant &value)
@@ -69,16 +37,8 @@ QString joinedFilter(const QString &name, const QVariantMap &values)
 
 QList<EffectDescriptor> scanEffectPackages(const QStringList &roots)
 {
-    QSet<QString> seen;
-    QList<EffectDescriptor> result;
-    for (const QString &root : roots)
-        effectcatalogdetail::scanRoot(root, seen, result);
-    std::stable_sort(result.begin(), result.end(), [](const EffectDescriptor &a, const EffectDescriptor &b) {
-        if (a.order != b.order)
-            return a.order < b.order;
-        return QString::compare(a.id, b.id, Qt::CaseSensitive) < 0;
-    });
-    return result;
+    return scanPackages<EffectDescriptor>(roots, QStringLiteral("effect.json"), "EffectPackageLoader",
+                                          parseEffectPackage);
 }
 
 QStringList effectPackageRoots()
@@ -164,29 +124,12 @@ QString EffectCatalog::categoryLabel(const QString &id)
         if (entry.first == id)
             return entry.second;
     }
-    if (id.isEmpty())
-        return QStringLiteral("Other");
-    return id.left(1).toUpper() + id.mid(1);
+    return fallbackCategoryLabel(id);
 }
 
 QVariantMap EffectCatalog::mergedParams(const EffectInstance &instance, const EffectDescriptor &descriptor)
 {
-    QVariantMap merged = descriptor.fixedParams;
-    for (const EffectParameter &parameter : descriptor.parameters) {
-        if (parameter.isBool)
-            merged.insert(parameter.id, parameter.defaultValue > 0.5);
-        else
-            merged.insert(parameter.id, parameter.defaultValue);
-    }
-    for (auto it = instance.parameters.cbegin(); it != instance.parameters.cend(); ++it)
-        merged.insert(it.key(), it.value());
-    // Filter templates have no arithmetic, so mirrored values are offered ready-made.
-    for (const char *key : {"offset", "chroma"}) {
-        const QString name = QLatin1String(key);
-        if (merged.contains(name))
-            merged.insert(name + QStringLiteral("_neg"), -merged.value(name).toDouble());
-    }
-    return merged;
+    return mergePackageParams(descriptor.fixedParams, descriptor.parameters, instance.parameters);
 }
 
 QString EffectCatalog::filterString(const EffectInstance &instance, const EffectDescriptor *descriptor)

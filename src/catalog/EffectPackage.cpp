@@ -25,32 +25,6 @@ QJsonValue eitherKey(const QJsonObject &object, const char *first, const char *s
     return value.isUndefined() ? object.value(QLatin1String(second)) : value;
 }
 
-bool readJsonRoot(const QString &directory, QJsonObject &root, QString *error)
-{
-    const QString path = QDir(directory).filePath(QStringLiteral("effect.json"));
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(error, QStringLiteral("cannot open %1").arg(path));
-    const QByteArray bytes = file.readAll();
-    if (QString::fromUtf8(bytes).trimmed().isEmpty())
-        return fail(error, QStringLiteral("empty effect.json"));
-    QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
-    if (parseError.error != QJsonParseError::NoError)
-        return fail(error, QStringLiteral("invalid JSON: %1").arg(parseError.errorString()));
-    if (!document.isObject())
-        return fail(error, QStringLiteral("invalid JSON: %1").arg(QStringLiteral("root is not an object")));
-    root = document.object();
-    return true;
-}
-
-QString resolveThumbnail(const QString &directory, const QString &written)
-{
-    const QString path = QFileInfo(written).isAbsolute() ? QDir::cleanPath(written)
-                                                         : QDir::cleanPath(QDir(directory).filePath(written));
-    return QFileInfo::exists(path) ? path : QString();
-}
-
 // What the backend decides, once the common keys are in.
 bool readBackend(const QString &backend, const QJsonObject &root, const QString &directory,
                  EffectDescriptor &d, QString *error)
@@ -76,7 +50,7 @@ bool readBackend(const QString &backend, const QJsonObject &root, const QString 
 bool parseInto(const QString &directory, EffectDescriptor &d, QString *error)
 {
     QJsonObject root;
-    if (!readJsonRoot(directory, root, error))
+    if (!readPackageJson(directory, QStringLiteral("effect.json"), root, error))
         return false;
     const QString backend = root.value(QLatin1String("backend")).toString();
     if (backend.isEmpty())
@@ -95,7 +69,7 @@ bool parseInto(const QString &directory, EffectDescriptor &d, QString *error)
     d.requiresFace = !needs.isEmpty();
     if (d.id.isEmpty())
         return fail(error, QStringLiteral("effect.json missing id"));
-    d.thumbnailPath = resolveThumbnail(
+    d.thumbnailPath = resolvePackageFile(
         directory, root.value(QLatin1String("thumbnail")).toString(QStringLiteral("thumbnail.png")));
     const bool gpu = backend == QLatin1String("gpu");
     if (!parseParameters(root.value(QLatin1String("parameters")).toArray(), d.parameters, gpu, error))
@@ -106,6 +80,61 @@ bool parseInto(const QString &directory, EffectDescriptor &d, QString *error)
 }
 
 } // namespace effectpackagedetail
+
+bool readPackageJson(const QString &directory, const QString &fileName, QJsonObject &root, QString *error)
+{
+    using effectpackagedetail::fail;
+    const QString path = QDir(directory).filePath(fileName);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(error, QStringLiteral("cannot open %1").arg(path));
+    const QByteArray bytes = file.readAll();
+    if (QString::fromUtf8(bytes).trimmed().isEmpty())
+        return fail(error, QStringLiteral("empty %1").arg(fileName));
+    QJsonParseError parseError;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
+    if (parseError.error != QJsonParseError::NoError)
+        return fail(error, QStringLiteral("invalid JSON: %1").arg(parseError.errorString()));
+    if (!document.isObject())
+        return fail(error, QStringLiteral("invalid JSON: %1").arg(QStringLiteral("root is not an object")));
+    root = document.object();
+    return true;
+}
+
+QString resolvePackageFile(const QString &directory, const QString &written)
+{
+    const QString path = QFileInfo(written).isAbsolute() ? QDir::cleanPath(written)
+                                                         : QDir::cleanPath(QDir(directory).filePath(written));
+    return QFileInfo::exists(path) ? path : QString();
+}
+
+QVariantMap mergePackageParams(const QVariantMap &fixedParams, const QList<EffectParameter> &parameters,
+                               const QVariantMap &values)
+{
+    QVariantMap merged = fixedParams;
+    for (const EffectParameter &parameter : parameters) {
+        if (parameter.isBool)
+            merged.insert(parameter.id, parameter.defaultValue > 0.5);
+        else
+            merged.insert(parameter.id, parameter.defaultValue);
+    }
+    for (auto it = values.cbegin(); it != values.cend(); ++it)
+        merged.insert(it.key(), it.value());
+    // Filter templates have no arithmetic, so mirrored values are offered ready-made.
+    for (const char *key : {"offset", "chroma"}) {
+        const QString name = QLatin1String(key);
+        if (merged.contains(name))
+            merged.insert(name + QStringLiteral("_neg"), -merged.value(name).toDouble());
+    }
+    return merged;
+}
+
+QString fallbackCategoryLabel(const QString &id)
+{
+    if (id.isEmpty())
+        return QStringLiteral("Other");
+    return id.left(1).toUpper() + id.mid(1);
+}
 
 bool isReservedUniformName(const QString &name, bool withFacePrefix)
 {

@@ -107,6 +107,20 @@ void parseFixedParams(const QJsonObject &object, QVariantMap &out);
 bool parsePipeline(const QJsonObject &root, const QString &directory, int maxSourceIndex, EffectPipeline &out,
                    QString *error);
 
+// Reads `directory`/`fileName` as one JSON object. Failures: "cannot open <path>", "empty
+// <fileName>", "invalid JSON: <reason>".
+bool readPackageJson(const QString &directory, const QString &fileName, QJsonObject &root, QString *error);
+// A file a package names relative to itself or absolutely, cleaned; empty when it does not exist.
+QString resolvePackageFile(const QString &directory, const QString &written);
+
+// The values a package's shader or filter sees: fixed values, then each parameter's default,
+// then the instance's own `values`, then the mirrored "offset_neg" and "chroma_neg".
+QVariantMap mergePackageParams(const QVariantMap &fixedParams, const QList<EffectParameter> &parameters,
+                               const QVariantMap &values);
+
+// The label of a category no table names: the id with a capital first letter, "Other" if empty.
+QString fallbackCategoryLabel(const QString &id);
+
 // "Blurs & Distortions" -> "blurs_distortions"; "misc" when nothing is left.
 QString normalizeEffectCategory(const QString &category);
 

@@ -1,5 +1,6 @@
 #include "output/ExportJob.h"
 
+#include "catalog/TransitionCatalog.h"
 #include "output/ExportEncoder.h"
 #include "playback/AudioMixer.h"
 #include "render/FrameCompositor.h"
@@ -74,6 +75,7 @@ bool encodeFrames(const Project &project, const EncoderSetup &setup, const Frame
     FrameCompositor compositor(&project);
     AudioMixer mixer;
     mixer.setProject(&project);
+    mixer.setTransitionCurveLookup(transitionAudioCurve);
     std::vector<float> block;
     long long audioWritten = std::min(span.totalAudioFrames, setup.sampleRate * span.first / setup.fps);
     const double count = double(span.end - span.first);

@@ -1,5 +1,6 @@
 #include "render/FrameCompositor.h"
 
+#include "catalog/TransitionCatalog.h"
 #include "core/document/ClipTiming.h"
 #include "media/ClipReaderPool.h"
 #include "render/GlRuntime.h"
@@ -26,6 +27,21 @@ bool coversTime(const Clip &clip, TimeUs t)
 bool drawsPictures(const Track &track)
 {
     return !track.hidden && track.type != TrackType::audio;
+}
+
+// Without a package of the kind, or with one whose pipeline did not load, the key, pipeline and
+// parameters stay empty and the compositor crossfades.
+void attachTransitionPackage(GpuSceneEntry &entry, const Transition &transition)
+{
+    const std::shared_ptr<const TransitionDescriptor> descriptor =
+        TransitionCatalog::instance().findShared(transition.kind);
+    if (!descriptor || !descriptor->pipeline.valid)
+        return;
+    entry.transitionKey = QStringLiteral("transition:") + descriptor->id;
+    // The pipeline shares the descriptor's lifetime, so a catalog reload cannot pull it from under
+    // a frame that is being drawn.
+    entry.transitionPipeline = std::shared_ptr<const EffectPipeline>(descriptor, &descriptor->pipeline);
+    entry.transitionParams = TransitionCatalog::mergedParams(transition, *descriptor);
 }
 
 } // namespace
@@ -189,8 +205,7 @@ void FrameCompositor::appendTrackEntries(GpuScene &scene, const SceneContext &co
         entry.toLayer = buildLayer(context, *transition->to, timeUs);
         entry.transitionProgress = transition->progress;
         entry.transitionTimeUs = timeUs - transition->window.startUs;
-        // Transition packages come from their catalog; without a package the key, pipeline and
-        // parameters stay empty and the compositor crossfades.
+        attachTransitionPackage(entry, *transition->transition);
         scene.entries.append(entry);
     }
     for (const Clip &clip : track.clips) {

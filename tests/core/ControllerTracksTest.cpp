@@ -127,10 +127,10 @@ TEST_F(ControllerTracks, AddTransitionNeedsATouchingPartnerAndReplacesInPlace)
     controller.addTransition(1, 0, QStringLiteral("crossfade"), 1.0); // audio rows take none
     EXPECT_EQ(entries(), 0);
 
-    controller.addTransition(0, 0, QStringLiteral("dip"), 0.02);
+    controller.addTransition(0, 0, QStringLiteral("dip_to_black"), 0.02);
     ASSERT_EQ(doc().tracks[0].transitions.size(), 1);
     const Transition added = doc().tracks[0].transitions[0];
-    EXPECT_EQ(added.kind, QStringLiteral("dip"));
+    EXPECT_EQ(added.kind, QStringLiteral("dip_to_black"));
     EXPECT_EQ(added.durationUs, 100000);
     EXPECT_EQ(added.toClipId, QStringLiteral("b"));
     EXPECT_EQ(controller.lastMessage(), QStringLiteral("Transition added"));
@@ -138,13 +138,25 @@ TEST_F(ControllerTracks, AddTransitionNeedsATouchingPartnerAndReplacesInPlace)
     EXPECT_EQ(controller.selectedTransitionData().value("id").toString(), added.id);
 
     controller.setTransitionParam(0, added.id, QStringLiteral("softness"), 0.4);
-    controller.addTransition(0, 0, QStringLiteral("wipe.left"), 2.0);
+    controller.addTransition(0, 0, QStringLiteral("wipe_left"), 2.0);
     ASSERT_EQ(doc().tracks[0].transitions.size(), 1);
     const Transition replaced = doc().tracks[0].transitions[0];
     EXPECT_EQ(replaced.id, added.id);
-    EXPECT_EQ(replaced.kind, QStringLiteral("wipe.left"));
+    EXPECT_EQ(replaced.kind, QStringLiteral("wipe_left"));
     EXPECT_TRUE(replaced.parameters.isEmpty());
     expectWords("Replace transition", "Transition updated");
+    // A kind no package provides is added as the crossfade, which always draws.
+    controller.addTransition(0, 0, QStringLiteral("wipe.left"), 2.0);
+    EXPECT_EQ(doc().tracks[0].transitions[0].kind, QStringLiteral("crossfade"));
+
+    // The inspector's list: every package with its strip and its parameters.
+    const QVariantList kinds = controller.transitionKinds();
+    const auto wipe = std::find_if(kinds.cbegin(), kinds.cend(),
+                                   [](const QVariant &k) { return k.toMap().value("kind") == "wipe_left"; });
+    ASSERT_NE(wipe, kinds.cend());
+    EXPECT_EQ(wipe->toMap().value("previewFrames").toInt(), 8);
+    EXPECT_EQ(wipe->toMap().value("params").toList().value(0).toMap().value("key"), "u_softness");
+    EXPECT_EQ(controller.transitionCategories().value(0).toMap().value("label"), "Basic");
 
     controller.removeTransition(0, added.id);
     EXPECT_TRUE(doc().tracks[0].transitions.isEmpty());

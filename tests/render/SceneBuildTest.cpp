@@ -3,6 +3,7 @@
 #include "../media/TestMedia.h"
 #include "SceneTestSupport.h"
 
+#include "catalog/EffectPackage.h"
 #include "render/FrameCompositor.h"
 
 #include <gtest/gtest.h>
@@ -148,7 +149,15 @@ TEST(SceneBuild, TransitionWindowsProgressAndTheExcludedClip)
                   {trackOf(overlapping, {crossfade("a", "gone", kSecond), crossfade("a", "b", 300000)}),
                    trackOf({still("u", 30)})});
     const GpuSceneEntry mid = buildAt(overlap, 1600000).entries.value(1);
-    EXPECT_TRUE(mid.isTransition && mid.transitionKey.isEmpty()); // no package: crossfade
+    // The shipped "crossfade" package draws it; a kind with no package has no pipeline, and the
+    // compositor falls back to its own crossfade.
+    EXPECT_TRUE(mid.isTransition);
+    EXPECT_EQ(mid.transitionKey, "transition:crossfade");
+    EXPECT_TRUE(mid.transitionPipeline && mid.transitionPipeline->valid);
+    Project unknown = overlap;
+    unknown.tracks[0].transitions[1].kind = "no_such_kind";
+    const GpuSceneEntry fallback = buildAt(unknown, 1600000).entries.value(1);
+    EXPECT_TRUE(fallback.isTransition && fallback.transitionKey.isEmpty() && !fallback.transitionPipeline);
     EXPECT_DOUBLE_EQ(mid.transitionProgress, 0.2);
     EXPECT_EQ(mid.transitionTimeUs, 100000);
     EXPECT_EQ(QPointF(mid.fromLayer.rect.x(), mid.toLayer.rect.x()), QPointF(10, 20));

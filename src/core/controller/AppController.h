@@ -456,7 +456,8 @@ protected:
     void emitDocumentSignals();
 
 public:
-    // The installed effect packages for the effects panel (AppControllerEffects.cpp).
+    // The installed effect packages for the effects panel (AppControllerEffects.cpp), and the
+    // transition packages for the transition inspector (AppControllerTransitions.cpp).
     Q_INVOKABLE QVariantList effectCatalog() const;
     Q_INVOKABLE QVariantList effectCategories() const;
     // The installed audio effects for the browser, and adding or removing one on a clip that
@@ -465,6 +466,8 @@ public:
     Q_INVOKABLE QVariantList audioEffectCategories() const;
     Q_INVOKABLE void addAudioEffect(int trackIndex, int clipIndex, const QString &catalogId);
     Q_INVOKABLE void removeAudioEffect(int trackIndex, int clipIndex, int effectIndex);
+    Q_INVOKABLE QVariantList transitionKinds() const;
+    Q_INVOKABLE QVariantList transitionCategories() const;
 
 private:
     void readSettings();

@@ -1,18 +1,40 @@
 // Transitions between neighbouring clips of video and shape tracks.
 #include "core/controller/AppController.h"
 
+#include "catalog/TransitionCatalog.h"
 #include "core/bridge/BridgeMaps.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/Transitions.h"
 
 namespace {
 
-// Every kind is taken as given until the transition catalogue exists to check it against; only
-// an empty word falls back to the plain crossfade.
+// A kind no transition package provides becomes the plain crossfade, which always draws.
+QString knownTransitionKind(const QString &kind)
+{
+    const QString trimmed = kind.trimmed();
+    return orvel::TransitionCatalog::instance().find(trimmed) ? trimmed : QStringLiteral("crossfade");
+}
+
+// Only an empty word falls back: a project may name a kind from an addon that is not installed
+// here, and keeping the word lets it come back once the addon is.
 QString transitionKindOrDefault(const QString &kind)
 {
     const QString trimmed = kind.trimmed();
     return trimmed.isEmpty() ? QStringLiteral("crossfade") : trimmed;
+}
+
+QVariantList transitionParameterMaps(const QList<orvel::EffectParameter> &parameters)
+{
+    QVariantList list;
+    for (const orvel::EffectParameter &parameter : parameters) {
+        list.append(QVariantMap{{"key", parameter.id},
+                                {"label", parameter.displayName},
+                                {"min", parameter.minValue},
+                                {"max", parameter.maxValue},
+                                {"default", parameter.defaultValue},
+                                {"isBoolean", parameter.isBool}});
+    }
+    return list;
 }
 
 } // namespace
@@ -59,14 +81,14 @@ void AppController::addTransition(int trackIndex, int clipIndex, const QString &
     const orvel::Project before = m_project;
     QList<orvel::Transition> &transitions = m_project.tracks[trackIndex].transitions;
     if (existing >= 0) {
-        transitions[existing].kind = transitionKindOrDefault(kind);
+        transitions[existing].kind = knownTransitionKind(kind);
         transitions[existing].parameters.clear();
     } else {
         orvel::Transition transition;
         transition.id = orvel::newUuid();
         transition.fromClipId = fromId;
         transition.toClipId = toId;
-        transition.kind = transitionKindOrDefault(kind);
+        transition.kind = knownTransitionKind(kind);
         transition.durationUs = durationUs;
         transitions.append(transition);
     }
@@ -145,4 +167,26 @@ QVariantMap AppController::transitionBetweenClips(int trackIndex, int clipIndex)
 QVariantMap AppController::selectedTransitionData() const
 {
     return transitionBetweenClips(m_selectedTransitionTrack, m_selectedTransitionLeftClip);
+}
+
+QVariantList AppController::transitionKinds() const
+{
+    QVariantList list;
+    for (const orvel::TransitionDescriptor &descriptor : orvel::TransitionCatalog::instance().all()) {
+        list.append(QVariantMap{{"kind", descriptor.id},
+                                {"label", descriptor.displayName},
+                                {"category", descriptor.category},
+                                {"previewStripPath", descriptor.previewStripPath},
+                                {"previewFrames", descriptor.previewFrames},
+                                {"params", transitionParameterMaps(descriptor.parameters)}});
+    }
+    return list;
+}
+
+QVariantList AppController::transitionCategories() const
+{
+    QVariantList list;
+    for (const auto &[id, label] : orvel::TransitionCatalog::instance().categories())
+        list.append(QVariantMap{{"id", id}, {"label", label}});
+    return list;
 }
