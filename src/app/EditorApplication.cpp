@@ -7,6 +7,7 @@
 #include "catalog/AudioEffectCatalog.h"
 #include "catalog/FontCatalog.h"
 #include "catalog/PackageRoots.h"
+#include "catalog/TransitionCatalog.h"
 #include "core/controller/AppController.h"
 #include "media/AssetLibrary.h"
 #include "ml/DenoiseScratch.h"
@@ -121,6 +122,8 @@ AppController *prepareEditorServices()
     services.editor->setAudioEffectCatalogLookup(
         [](const QString &id) { return AudioEffectCatalog::instance().find(id) != nullptr; });
     services.editor->setStickerPackDirectories(stickerPackDirectories());
+    // The preview mixes the sound under a transition by its package's curve, as export does.
+    services.editor->playback()->mixer()->setTransitionCurveLookup(transitionAudioCurve);
     registerSingletons(services);
     return services.editor;
 }
