@@ -3,6 +3,7 @@
 
 #include "catalog/TransitionCatalog.h"
 #include "core/bridge/BridgeMaps.h"
+#include "core/controller/ParameterMaps.h"
 #include "core/document/ClipEditing.h"
 #include "core/document/Transitions.h"
 
@@ -21,20 +22,6 @@ QString transitionKindOrDefault(const QString &kind)
 {
     const QString trimmed = kind.trimmed();
     return trimmed.isEmpty() ? QStringLiteral("crossfade") : trimmed;
-}
-
-QVariantList transitionParameterMaps(const QList<orvel::EffectParameter> &parameters)
-{
-    QVariantList list;
-    for (const orvel::EffectParameter &parameter : parameters) {
-        list.append(QVariantMap{{"key", parameter.id},
-                                {"label", parameter.displayName},
-                                {"min", parameter.minValue},
-                                {"max", parameter.maxValue},
-                                {"default", parameter.defaultValue},
-                                {"isBoolean", parameter.isBool}});
-    }
-    return list;
 }
 
 } // namespace
@@ -178,7 +165,7 @@ QVariantList AppController::transitionKinds() const
                                 {"category", descriptor.category},
                                 {"previewStripPath", descriptor.previewStripPath},
                                 {"previewFrames", descriptor.previewFrames},
-                                {"params", transitionParameterMaps(descriptor.parameters)}});
+                                {"params", orvel::parameterMaps(descriptor.parameters)}});
     }
     return list;
 }
