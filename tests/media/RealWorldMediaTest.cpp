@@ -15,15 +15,17 @@
 using namespace orvel;
 using testmedia::patternIndex;
 
-namespace {
-
-constexpr int kRate = 48000;
-
+// Outside the anonymous namespace: the fixtures below hold one, and a fixture class with a member
+// of an internal type trips a linkage warning in unity builds.
 struct NoVaapi
 {
     NoVaapi() { qputenv("ORVEL_NO_VAAPI", "1"); }
     ~NoVaapi() { qunsetenv("ORVEL_NO_VAAPI"); }
 };
+
+namespace {
+
+constexpr int kRate = 48000;
 
 std::vector<float> readAudio(ClipReader &reader, TimeUs startUs, int frames)
 {

@@ -203,7 +203,7 @@ TEST(SceneBuild, LayerCarriesDecodedVideoAndEvaluatedEffects)
     EXPECT_EQ(layer.effects[0].parameters.value("u_quality").toInt(), 3);
     EXPECT_TRUE(layer.flipH && layer.valid);
     EXPECT_EQ(layer.rotationDegrees, 30);
-    const Nv12Frame frame{layer.nv12, layer.nv12Width, layer.nv12Height};
+    const Nv12Frame frame{layer.nv12, layer.nv12Width, layer.nv12Height, {}};
     ASSERT_TRUE(frame.isValid());
     EXPECT_EQ(QSize(frame.width, frame.height), QSize(testmedia::kPatternWidth, testmedia::kPatternHeight));
     EXPECT_EQ(testmedia::patternIndex(frame), 35);
