@@ -102,6 +102,16 @@ protected:
         QCoreApplication::processEvents();
         return {track, clip};
     }
+    // Adding a clip may put a track above earlier ones, so clips are found again by id.
+    static void selectById(const QString &id)
+    {
+        for (int t = 0; t < int(editor->project().tracks.size()); ++t)
+            for (int c = 0; c < int(editor->project().tracks[t].clips.size()); ++c)
+                if (editor->project().tracks[t].clips[c].id == id)
+                    editor->selectClip(t, c);
+        QCoreApplication::processEvents();
+    }
+    static QString selectedId() { return editor->selectedClipData().value(QStringLiteral("id")).toString(); }
     void showTab(const char *tab)
     {
         panel->setProperty("currentTab", QString::fromLatin1(tab));
@@ -151,7 +161,7 @@ TEST_F(PropertiesPanelTest, AnAudioClipGetsEmptyStatesWhereItHasNothingToShow)
 TEST_F(PropertiesPanelTest, TheRailStepsWithArrowKeysAndLeavesAKindOnlyTabWithItsClip)
 {
     addMediaClip(QStringLiteral("still.png"));
-    const QString imageClipId = editor->selectedClipData()[QStringLiteral("id")].toString();
+    const QString imageClipId = selectedId();
     addTextClip();
     const QStringList ids = tabIds();
     ASSERT_EQ(ids.mid(0, 3),
@@ -168,12 +178,7 @@ TEST_F(PropertiesPanelTest, TheRailStepsWithArrowKeysAndLeavesAKindOnlyTabWithIt
     EXPECT_EQ(panel->property("currentTab").toString(), QStringLiteral("general"));
 
     showTab("text");
-    // Adding the text clip may have put a track above the image, so find it again by id.
-    for (int t = 0; t < int(editor->project().tracks.size()); ++t)
-        for (int c = 0; c < int(editor->project().tracks[t].clips.size()); ++c)
-            if (editor->project().tracks[t].clips[c].id == imageClipId)
-                editor->selectClip(t, c);
-    QCoreApplication::processEvents();
+    selectById(imageClipId);
     EXPECT_EQ(panel->property("currentTab").toString(), QStringLiteral("general"));
 }
 
@@ -263,14 +268,17 @@ TEST_F(PropertiesPanelTest, EveryInspectorFitsThePanelAtItsMinimumWidth)
     const QString shots = qEnvironmentVariable("ORVEL_PROPS_SCREENSHOTS");
     window->resize(960, 900);
     ASSERT_TRUE(waitFor([] { return window->width() == 960; }));
-    const auto image = addMediaClip(QStringLiteral("still.png"));
-    const auto text = addTextClip();
+    addMediaClip(QStringLiteral("still.png"));
+    const QString image = selectedId();
+    addTextClip();
+    const QString text = selectedId();
     for (const bool dark : {true, false}) {
         QMetaObject::invokeMethod(helper, "darkMode", Q_ARG(QVariant, dark));
         for (const auto &[selected, tabs] :
              {std::pair{image, QStringList{"general", "transform", "speed", "blending", "masks", "effects"}},
               std::pair{text, QStringList{"text"}}}) {
-            editor->selectClip(selected.first, selected.second);
+            selectById(selected);
+            ASSERT_EQ(selectedId(), selected);
             for (const QString &tab : tabs) {
                 showTab(tab.toLatin1().constData());
                 QCoreApplication::processEvents();

@@ -48,6 +48,8 @@ PanelFrame {
         currentTab = tabs[next].id
     }
 
+    // Each tab opens at its top.
+    onCurrentTabChanged: scroller.contentItem.contentY = 0
     // A kind-only tab that lost its clip falls back to the first tab.
     onTabsChanged: if (!tabs.some(t => t.id === currentTab)) currentTab = tabs[0].id
 
