@@ -15,6 +15,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 const char *const kHelperQml = R"(
@@ -306,4 +308,42 @@ TEST_F(PropertiesPanelTest, EveryInspectorFitsThePanelAtItsMinimumWidth)
             }
         }
     }
+}
+
+TEST_F(PropertiesPanelTest, TheEffectsLibraryNarrowsTheCatalogByCategoryAndSearch)
+{
+    QObject *assets = window->findChild<QObject *>(QStringLiteral("assetsPanel"));
+    QObject *browser = window->findChild<QObject *>(QStringLiteral("effectsLibrary"));
+    ASSERT_TRUE(assets && browser);
+    // "Browse effects" in an empty effects tab brings this library to the front.
+    addTextClip();
+    showTab("effects");
+    QQuickItem *empty = findItem(inspector(), QStringLiteral("noEffects"));
+    ASSERT_TRUE(empty);
+    QMetaObject::invokeMethod(empty, "actionTriggered");
+    EXPECT_EQ(assets->property("currentTab").toString(), QStringLiteral("effects"));
+
+    const QVariantList catalog = editor->effectCatalog();
+    ASSERT_GE(catalog.size(), 2) << "the build copies the effect packages beside the tests";
+    EXPECT_EQ(browser->property("rows").toList().size(), catalog.size());
+    const QVariantMap first = catalog.first().toMap();
+    browser->setProperty("category", first.value(QStringLiteral("category")));
+    const QVariantList inCategory = browser->property("rows").toList();
+    EXPECT_TRUE(std::all_of(inCategory.begin(), inCategory.end(), [&](const QVariant &row) {
+        return row.toMap()[QStringLiteral("category")] == first.value(QStringLiteral("category"));
+    }));
+    browser->setProperty("category", QString());
+    browser->setProperty("searchText", first.value(QStringLiteral("label")).toString().toUpper());
+    const QVariantList found = browser->property("rows").toList();
+    ASSERT_GE(found.size(), 1);
+    EXPECT_LT(found.size(), catalog.size());
+    browser->setProperty("searchText", QString());
+    if (const QString shots = qEnvironmentVariable("ORVEL_PROPS_SCREENSHOTS"); !shots.isEmpty()) {
+        auto *item = qobject_cast<QQuickItem *>(assets);
+        QTest::qWait(300);
+        window->grabWindow()
+            .copy(item->mapRectToScene(item->boundingRect()).toAlignedRect())
+            .save(QDir(shots).filePath(QStringLiteral("library-effects.png")));
+    }
+    assets->setProperty("currentTab", QStringLiteral("media"));
 }
