@@ -25,12 +25,17 @@ PanelFrame {
         { id: "general", label: qsTr("General"), icon: "general" },
         { id: "text", label: qsTr("Text"), icon: "text", only: ["text", "subtitle"], needsTextStyle: true },
         { id: "transform", label: qsTr("Position & size"), icon: "transform" },
+        { id: "audio", label: qsTr("Audio"), icon: "audio" },
         { id: "speed", label: qsTr("Speed & Fade"), icon: "speed" },
         { id: "blending", label: qsTr("Layer mix"), icon: "blend" },
+        { id: "transition", label: qsTr("Transition"), icon: "transition" },
         { id: "masks", label: qsTr("Cutouts"), icon: "mask" },
         { id: "effects", label: qsTr("Effects"), icon: "effects" }
     ]
-    readonly property var tabs: allTabs.filter(t => {
+    // A selected transition region with no clip still has its inspector.
+    readonly property bool hasTransition: { panel.revision; return EditorState.selectedTransitionTrack >= 0 }
+    readonly property var tabs: !hasClip && hasTransition ? allTabs.filter(t => t.id === "transition")
+                                                          : allTabs.filter(t => {
         if (!t.only)
             return true
         if (t.needsTextStyle)
@@ -57,6 +62,7 @@ PanelFrame {
         target: EditorState
         function onSelectedClipDataChanged() { panel.revision++ }
         function onPlayheadSecondsChanged() { panel.revision++ }
+        function onSelectedTransitionDataChanged() { panel.revision++ }
     }
 
     RowLayout {
@@ -74,8 +80,8 @@ PanelFrame {
 
             Column {
                 anchors.fill: parent
-                topPadding: Theme.spacingMd
-                spacing: Theme.spacingSm
+                topPadding: Theme.spacingSm
+                spacing: 2
                 Repeater {
                     model: panel.tabs
                     delegate: AbstractButton {
@@ -83,7 +89,7 @@ PanelFrame {
                         required property var modelData
                         objectName: "tab_" + modelData.id
                         width: 58
-                        height: 46
+                        height: 42
                         focusPolicy: Qt.NoFocus
                         checked: panel.currentTab === modelData.id
                         onClicked: { panel.currentTab = modelData.id; rail.forceActiveFocus() }
@@ -127,7 +133,7 @@ PanelFrame {
 
             EmptyState {
                 anchors.fill: parent
-                visible: !panel.hasClip
+                visible: !panel.hasClip && !panel.hasTransition
                 iconName: "info"
                 title: qsTr("Nothing selected")
                 hint: qsTr("Select a clip on the timeline to edit it here.")
@@ -135,7 +141,7 @@ PanelFrame {
             ScrollView {
                 id: scroller
                 anchors.fill: parent
-                visible: panel.hasClip
+                visible: panel.hasClip || panel.hasTransition
                 contentWidth: availableWidth
                 ScrollBar.vertical: AppScrollBar {}
                 ScrollBar.horizontal.policy: ScrollBar.AlwaysOff
@@ -144,13 +150,14 @@ PanelFrame {
                     id: inspectorLoader
                     objectName: "inspectorLoader"
                     width: scroller.availableWidth
-                    active: panel.hasClip
+                    active: panel.hasClip || panel.hasTransition
                     source: {
                         const files = {
                             general: "GeneralInspector.qml", text: "TextInspector.qml",
                             transform: "TransformInspector.qml", speed: "SpeedFadeInspector.qml",
                             blending: "BlendingInspector.qml", masks: "MasksInspector.qml",
-                            effects: "EffectsInspector.qml"
+                            effects: "EffectsInspector.qml", audio: "AudioInspector.qml",
+                            transition: "TransitionInspector.qml"
                         }
                         return files[panel.currentTab] || ""
                     }
