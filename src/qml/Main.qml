@@ -228,9 +228,10 @@ ApplicationWindow {
                     SplitView.fillWidth: true
                     SplitView.minimumWidth: Math.min(320, Math.max(0, innerSplit.width * 0.3))
                 }
-                PanelFrame {
+                PropertiesPanel {
                     id: propertiesArea
                     objectName: "propertiesPanel"
+                    onBrowseEffectsRequested: assetsPanel.currentTab = "effects"
                     visible: !window.previewFullscreen
                     SplitView.preferredWidth: innerSplit.width * 0.25
                     SplitView.minimumWidth: Math.min(240, Math.max(0, innerSplit.width * 0.2))

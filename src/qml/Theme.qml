@@ -90,6 +90,10 @@ QtObject {
         "search": "\u2315", "trash": "\u2716", "sort": "\u21C5", "undo": "\u21B6",
         "video": "\u25B6", "audio": "\u266A", "image": "\u25A7", "missing": "\u26A0",
         "info": "\u2139", "success": "\u2714", "warning": "\u26A0", "error": "\u2716",
-        "fullscreen": "\u2922", "update": "\u21BB", "media": "\u25A4", "folder": "\u25A1"
+        "fullscreen": "\u2922", "update": "\u21BB", "media": "\u25A4", "folder": "\u25A1",
+        "previous": "\u25C2", "next": "\u25B8", "keyframe": "\u25C7", "keyframeOn": "\u25C6",
+        "general": "\u2139", "text": "\u0054", "transform": "\u25A2", "speed": "\u00BB",
+        "blend": "\u25D0", "transition": "\u21C4", "mask": "\u25CC", "effects": "\u2726",
+        "subtitles": "\u2261", "shape": "\u25B3"
     })
 }

@@ -16,6 +16,17 @@ PanelFrame {
                                                + "Audio (*.mp3 *.wav *.aac *.flac *.ogg *.m4a *.wma *.aiff *.aif);;"
                                                + "Images (*.png *.jpg *.jpeg *.gif *.webp *.bmp *.tiff *.tif *.svg)")
 
+    // The catalog tabs appear once the editor offers their catalog.
+    readonly property var tabs: {
+        const list = [{ id: "media", icon: "media", label: qsTr("Media") },
+                      { id: "effects", icon: "effects", label: qsTr("Effects") }]
+        if (typeof EditorState.transitionKinds === "function")
+            list.push({ id: "transitions", icon: "transition", label: qsTr("Transitions") })
+        if (typeof EditorState.audioEffectCatalog === "function")
+            list.push({ id: "audioEffects", icon: "audio", label: qsTr("Audio effects") })
+        return list
+    }
+
     function importFiles(urls) {
         const list = []
         for (let i = 0; i < urls.length; ++i)
@@ -43,7 +54,7 @@ PanelFrame {
             topPadding: Theme.spacingMd
             spacing: Theme.spacingSm
             Repeater {
-                model: [{ id: "media", icon: "media", label: qsTr("Media") }]
+                model: panel.tabs
                 delegate: AbstractButton {
                     required property var modelData
                     width: 52
@@ -82,6 +93,35 @@ PanelFrame {
             onImportRequested: panel.chooseAndImport()
             onFilesDropped: urls => panel.importFiles(urls)
             onActivated: index => panel.addAtPlayhead(index)
+        }
+        CatalogBrowser {
+            objectName: "effectsLibrary"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: panel.currentTab === "effects"
+            entries: visible ? EditorState.effectCatalog() : []
+            categories: visible ? EditorState.effectCategories() : []
+            mimeType: "application/x-orvel-effect"
+            searchPlaceholder: qsTr("Search effects")
+        }
+        CatalogBrowser {
+            objectName: "transitionsLibrary"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: panel.currentTab === "transitions"
+            entries: visible ? EditorState.transitionKinds() : []
+            mimeType: "application/x-orvel-transition"
+            searchPlaceholder: qsTr("Search transitions")
+        }
+        CatalogBrowser {
+            objectName: "audioEffectsLibrary"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: panel.currentTab === "audioEffects"
+            entries: visible ? EditorState.audioEffectCatalog() : []
+            categories: visible ? EditorState.audioEffectCategories() : []
+            mimeType: "application/x-orvel-audio-effect"
+            searchPlaceholder: qsTr("Search audio effects")
         }
     }
 }

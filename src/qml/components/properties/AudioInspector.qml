@@ -1,0 +1,95 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvel
+
+// Volume and the clip's audio effect rack. Each numeric parameter slides in one "Edit audio
+// effect" entry; a switch is a gesture of one step.
+InspectorPage {
+    id: page
+
+    readonly property var effects: { page.revision; return EditorState.selectedClipAudioEffects }
+
+    applicable: kind === "audio" || kind === "video"
+    emptyTitle: qsTr("No audio")
+    emptyHint: qsTr("This clip has no audio track.")
+
+    function writeParam(effectIndex, key, value) {
+        EditorState.previewSetAudioEffectParam(trackIndex, clipIndex, effectIndex, key, value)
+    }
+
+    PropertyKeyframeRow {
+        objectName: "row_volume"
+        label: qsTr("Volume")
+        prop: "volume"
+        from: 0
+        to: 2
+        fallback: 1
+        clipData: page.clipData
+        revision: page.revision
+    }
+    SectionTitle { text: qsTr("Audio effects") }
+    ThemedLabel {
+        Layout.fillWidth: true
+        visible: page.effects.length === 0
+        muted: true
+        wrapMode: Text.Wrap
+        text: qsTr("Drag an audio effect from the library onto the clip.")
+    }
+    Repeater {
+        model: page.effects
+        delegate: ColumnLayout {
+            id: effect
+            required property var modelData
+            required property int index
+            Layout.fillWidth: true
+            spacing: Theme.spacingSm
+            RowLayout {
+                Layout.fillWidth: true
+                ThemedLabel {
+                    Layout.fillWidth: true
+                    font.weight: Font.DemiBold
+                    text: effect.modelData.missing ? qsTr("%1 (not installed)").arg(effect.modelData.label)
+                                                   : effect.modelData.label
+                }
+                IconButton {
+                    visible: typeof EditorState.removeAudioEffect === "function"
+                    iconName: "trash"
+                    toolTipText: qsTr("Remove audio effect")
+                    onClicked: EditorState.removeAudioEffect(page.trackIndex, page.clipIndex, effect.index)
+                }
+            }
+            Repeater {
+                model: effect.modelData.params
+                delegate: ColumnLayout {
+                    id: param
+                    required property var modelData
+                    Layout.fillWidth: true
+                    spacing: 0
+                    FieldLabel {
+                        visible: !param.modelData.isBoolean
+                        text: param.modelData.label
+                    }
+                    DragSlider {
+                        Layout.fillWidth: true
+                        visible: !param.modelData.isBoolean
+                        from: Math.min(0, Number(param.modelData.value))
+                        to: Math.max(1, Number(param.modelData.value))
+                        value: Number(param.modelData.value)
+                        undoText: qsTr("Edit audio effect")
+                        preview: v => page.writeParam(effect.index, param.modelData.id, v)
+                    }
+                    ThemedSwitch {
+                        visible: param.modelData.isBoolean
+                        text: param.modelData.label
+                        checked: param.modelData.value === true
+                        onToggled: {
+                            EditorState.beginPreviewDrag(qsTr("Edit audio effect"))
+                            page.writeParam(effect.index, param.modelData.id, checked)
+                            EditorState.commitPreviewDrag()
+                        }
+                    }
+                }
+            }
+        }
+    }
+}

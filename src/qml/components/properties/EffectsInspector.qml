@@ -1,0 +1,89 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvel
+
+// The clip's effect stack. Numeric parameters animate like any clip property, so each is a
+// keyframe row; a boolean has nothing to interpolate and stays a plain switch.
+InspectorPage {
+    id: page
+
+    readonly property var effects: { page.revision; return EditorState.selectedClipEffects }
+    readonly property var catalog: EditorState.effectCatalog()
+
+    // The package's declared range for a parameter, or a range around its value when the
+    // package is not installed.
+    function paramSpec(catalogId, key, value) {
+        const entry = catalog.find(e => e.id === catalogId)
+        const spec = entry ? entry.params.find(p => p.key === key) : undefined
+        return spec ? { min: spec.min, max: spec.max }
+                    : { min: Math.min(0, Number(value)), max: Math.max(1, Number(value)) }
+    }
+
+    applicable: kind !== "audio"
+    emptyTitle: qsTr("Video only")
+    emptyHint: qsTr("Effects change the picture, and audio clips have none.")
+
+    ThemedSwitch {
+        text: qsTr("Auto keyframes")
+        checked: EditorState.autoKeyEnabled
+        onToggled: EditorState.autoKeyEnabled = checked
+    }
+    EmptyState {
+        objectName: "noEffects"
+        Layout.fillWidth: true
+        Layout.preferredHeight: implicitHeight + 24
+        visible: page.effects.length === 0
+        iconName: "effects"
+        title: qsTr("No effects yet")
+        hint: qsTr("Drag an effect from the library onto the clip.")
+        actionText: qsTr("Browse effects")
+        onActionTriggered: if (page.panel) page.panel.browseEffectsRequested()
+    }
+    Repeater {
+        model: page.effects
+        delegate: ColumnLayout {
+            id: effect
+            required property var modelData
+            required property int index
+            Layout.fillWidth: true
+            spacing: Theme.spacingSm
+            SectionTitle { text: effect.modelData.label }
+            Repeater {
+                model: effect.modelData.params
+                delegate: Loader {
+                    id: param
+                    required property var modelData
+                    Layout.fillWidth: true
+                    sourceComponent: modelData.isBoolean ? switchRow : keyRow
+                    Component {
+                        id: keyRow
+                        PropertyKeyframeRow {
+                            label: param.modelData.label
+                            prop: param.modelData.prop
+                            readonly property var spec: page.paramSpec(effect.modelData.catalogId,
+                                                                       param.modelData.id, param.modelData.value)
+                            from: spec.min
+                            to: spec.max
+                            fallback: Number(param.modelData.value)
+                            clipData: page.clipData
+                            revision: page.revision
+                        }
+                    }
+                    Component {
+                        id: switchRow
+                        ThemedSwitch {
+                            text: param.modelData.label
+                            checked: param.modelData.value === true
+                            onToggled: {
+                                EditorState.beginPreviewDrag(qsTr("Edit effect"))
+                                EditorState.previewSetEffectParam(page.trackIndex, page.clipIndex, effect.index,
+                                                                  param.modelData.id, checked)
+                                EditorState.commitPreviewDrag()
+                            }
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
