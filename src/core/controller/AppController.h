@@ -460,6 +460,8 @@ public:
     // transition packages for the transition inspector (AppControllerTransitions.cpp).
     Q_INVOKABLE QVariantList effectCatalog() const;
     Q_INVOKABLE QVariantList effectCategories() const;
+    Q_INVOKABLE void addEffect(int trackIndex, int clipIndex, const QString &effectId);
+    Q_INVOKABLE void removeEffect(int trackIndex, int clipIndex, int effectIndex);
     // The installed audio effects for the browser, and adding or removing one on a clip that
     // carries sound (AppControllerAudioEffects.cpp, with selectedClipAudioEffects).
     Q_INVOKABLE QVariantList audioEffectCatalog() const;

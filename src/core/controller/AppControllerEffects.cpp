@@ -27,3 +27,34 @@ QVariantList AppController::effectCategories() const
         list.append(QVariantMap{{"id", id}, {"label", label}});
     return list;
 }
+
+// Dropping an effect from the library on a clip, and the inspector's "Remove effect". Only clips
+// with a picture take one: a sound-only clip has nothing for a shader to draw on.
+void AppController::addEffect(int trackIndex, int clipIndex, const QString &effectId)
+{
+    const orvel::EffectDescriptor *d = orvel::EffectCatalog::instance().find(effectId);
+    if (!d)
+        return;
+    commitClipEdit(trackIndex, clipIndex, tr("Add effect"), tr("Effect added"), [&](orvel::Clip &clip) {
+        if (clip.type == orvel::ClipType::audio)
+            return false;
+        orvel::EffectInstance effect;
+        effect.name = d->displayName;
+        effect.catalogId = d->id;
+        for (const orvel::EffectParameter &parameter : d->parameters)
+            effect.parameters.insert(parameter.id, parameter.isBool ? QVariant(parameter.defaultValue >= 0.5)
+                                                                    : QVariant(parameter.defaultValue));
+        clip.effects.append(effect);
+        return true;
+    });
+}
+
+void AppController::removeEffect(int trackIndex, int clipIndex, int effectIndex)
+{
+    commitClipEdit(trackIndex, clipIndex, tr("Remove effect"), tr("Effect removed"), [&](orvel::Clip &clip) {
+        if (effectIndex < 0 || effectIndex >= clip.effects.size())
+            return false;
+        clip.effects.removeAt(effectIndex);
+        return true;
+    });
+}

@@ -16,16 +16,10 @@ PanelFrame {
                                                + "Audio (*.mp3 *.wav *.aac *.flac *.ogg *.m4a *.wma *.aiff *.aif);;"
                                                + "Images (*.png *.jpg *.jpeg *.gif *.webp *.bmp *.tiff *.tif *.svg)")
 
-    // The catalog tabs appear once the editor offers their catalog.
-    readonly property var tabs: {
-        const list = [{ id: "media", icon: "media", label: qsTr("Media") },
-                      { id: "effects", icon: "effects", label: qsTr("Effects") }]
-        if (typeof EditorState.transitionKinds === "function")
-            list.push({ id: "transitions", icon: "transition", label: qsTr("Transitions") })
-        if (typeof EditorState.audioEffectCatalog === "function")
-            list.push({ id: "audioEffects", icon: "audio", label: qsTr("Audio effects") })
-        return list
-    }
+    readonly property var tabs: [{ id: "media", icon: "media", label: qsTr("Media") },
+                                 { id: "effects", icon: "effects", label: qsTr("Effects") },
+                                 { id: "transitions", icon: "transition", label: qsTr("Transitions") },
+                                 { id: "audioEffects", icon: "audio", label: qsTr("Audio effects") }]
 
     function importFiles(urls) {
         const list = []

@@ -69,7 +69,7 @@ Item {
                 Drag.supportedActions: Qt.CopyAction
                 Drag.mimeData: {
                     const data = {}
-                    data[browser.mimeType] = entry.modelData.id
+                    data[browser.mimeType] = entry.modelData.id || entry.modelData.kind
                     return data
                 }
                 ThemedLabel {

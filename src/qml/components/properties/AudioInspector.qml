@@ -52,7 +52,6 @@ InspectorPage {
                                                    : effect.modelData.label
                 }
                 IconButton {
-                    visible: typeof EditorState.removeAudioEffect === "function"
                     iconName: "trash"
                     toolTipText: qsTr("Remove audio effect")
                     onClicked: EditorState.removeAudioEffect(page.trackIndex, page.clipIndex, effect.index)

@@ -47,7 +47,18 @@ InspectorPage {
             required property int index
             Layout.fillWidth: true
             spacing: Theme.spacingSm
-            SectionTitle { text: effect.modelData.label }
+            RowLayout {
+                Layout.fillWidth: true
+                SectionTitle {
+                    Layout.fillWidth: true
+                    text: effect.modelData.label
+                }
+                IconButton {
+                    iconName: "trash"
+                    toolTipText: qsTr("Remove effect")
+                    onClicked: EditorState.removeEffect(page.trackIndex, page.clipIndex, effect.index)
+                }
+            }
             Repeater {
                 model: effect.modelData.params
                 delegate: Loader {

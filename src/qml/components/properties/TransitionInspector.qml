@@ -25,10 +25,9 @@ InspectorPage {
             return false
         return clips.some((c, i) => i !== leftClip && c.start > left.start && c.start < left.start + left.duration)
     }
-    readonly property var kinds: typeof EditorState.transitionKinds === "function" ? EditorState.transitionKinds()
-                                                                                    : []
+    readonly property var kinds: EditorState.transitionKinds()
     readonly property var kindIds: {
-        const ids = kinds.map(k => k.id)
+        const ids = kinds.map(k => k.kind)
         if (hasTransition && ids.indexOf(transition.kind) < 0)
             ids.push(transition.kind)
         return ids
@@ -54,7 +53,7 @@ InspectorPage {
         ThemedComboBox {
             Layout.fillWidth: true
             model: page.kindIds.map(id => {
-                const known = page.kinds.find(k => k.id === id)
+                const known = page.kinds.find(k => k.kind === id)
                 return known ? (known.label || known.displayName || id) : id
             })
             currentIndex: page.hasTransition ? page.kindIds.indexOf(page.transition.kind) : -1

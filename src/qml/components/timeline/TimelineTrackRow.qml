@@ -197,9 +197,9 @@ Item {
             if (!ok)
                 return
             const payload = drop.getDataAsString(kind)
-            if (kind === "application/x-orvel-effect" && typeof EditorState.addEffect === "function")
+            if (kind === "application/x-orvel-effect")
                 EditorState.addEffect(row.trackIndex, clip, payload)
-            else if (kind === "application/x-orvel-audio-effect" && typeof EditorState.addAudioEffect === "function")
+            else if (kind === "application/x-orvel-audio-effect")
                 EditorState.addAudioEffect(row.trackIndex, clip, payload)
             else if (kind === "application/x-orvel-shape")
                 EditorState.addShapeClipAt(payload, row.trackIndex, Math.max(0, drop.x / panel.pxPerSecond))
