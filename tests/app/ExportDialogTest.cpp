@@ -2,6 +2,7 @@
 // project, the settings and file suffix it hands on, and the progress dialog of the job it starts.
 // With ORVEL_SCREENSHOT_DIR set, both dialogs are saved there in the dark and the light scheme.
 #include "../output/ExportTestSupport.h"
+#include "MainWindowTest.h"
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
 #include "core/document/ProjectJson.h"
@@ -15,8 +16,6 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -57,32 +56,22 @@ QStringList idsOf(const QVariant &rows)
 
 } // namespace
 
-class ExportDialogTest : public testing::Test
+class ExportDialogTest : public MainWindowTest
 {
 protected:
     static void SetUpTestSuite()
     {
-        orvel::prepareEditorServices();
-        engine = new QQmlApplicationEngine;
-        orvel::prepareEditorEngine(*engine);
-        engine->load(orvel::mainComponentUrl());
-        window = engine->rootObjects().isEmpty()
-                     ? nullptr
-                     : qobject_cast<QQuickWindow *>(engine->rootObjects().first());
-        editor = engine->singletonInstance<AppController *>(qmlTypeId("Orvel", 1, 0, "EditorState"));
-        QQmlComponent component(engine);
-        component.setData(kHarnessQml, QUrl());
-        harness = qobject_cast<QQuickItem *>(component.create());
+        startWindow();
+        harness = qobject_cast<QQuickItem *>(createQml(kHarnessQml));
         if (harness && window)
             harness->setParentItem(window->contentItem());
     }
     static void TearDownTestSuite()
     {
-        if (window)
-            window->setProperty("forceClose", true);
         delete harness;
-        delete engine;
+        closeWindow();
     }
+
     void SetUp() override { ASSERT_TRUE(window && editor && harness); }
 
     QObject *dialog() const { return harness->property("exportDialog").value<QObject *>(); }
@@ -108,9 +97,6 @@ protected:
         }
     }
 
-    static inline QQmlApplicationEngine *engine = nullptr;
-    static inline QQuickWindow *window = nullptr;
-    static inline AppController *editor = nullptr;
     static inline QQuickItem *harness = nullptr;
 };
 

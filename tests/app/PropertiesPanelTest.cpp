@@ -1,6 +1,7 @@
 // The properties panel in the real window over the real editor: which tabs a clip gets, the
 // empty states, one undo entry per slider gesture, keyframes from a row, and colour input.
 #include "../media/TestMedia.h"
+#include "MainWindowTest.h"
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
 #include "media/AssetLibrary.h"
@@ -12,8 +13,6 @@
 #include <QQuickWindow>
 #include <QTest>
 #include <QUndoStack>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 
@@ -40,30 +39,18 @@ QQuickItem *findItem(QQuickItem *root, const QString &name)
 
 } // namespace
 
-class PropertiesPanelTest : public testing::Test
+class PropertiesPanelTest : public MainWindowTest
 {
 protected:
     static void SetUpTestSuite()
     {
-        orvel::prepareEditorServices();
-        engine = new QQmlApplicationEngine;
-        orvel::prepareEditorEngine(*engine);
-        engine->load(orvel::mainComponentUrl());
-        window = engine->rootObjects().isEmpty()
-                     ? nullptr
-                     : qobject_cast<QQuickWindow *>(engine->rootObjects().first());
-        editor = engine->singletonInstance<AppController *>(qmlTypeId("Orvel", 1, 0, "EditorState"));
-        library = engine->singletonInstance<AssetLibrary *>(qmlTypeId("Orvel", 1, 0, "AssetLibrary"));
-        QQmlComponent component(engine);
-        component.setData(kHelperQml, QUrl());
-        helper = component.create();
+        startWindow();
+        helper = createQml(kHelperQml);
     }
     static void TearDownTestSuite()
     {
-        if (window)
-            window->setProperty("forceClose", true);
         delete helper;
-        delete engine;
+        closeWindow();
     }
 
     void SetUp() override
@@ -132,10 +119,6 @@ protected:
         return ids.toStringList();
     }
 
-    static inline QQmlApplicationEngine *engine = nullptr;
-    static inline QQuickWindow *window = nullptr;
-    static inline AppController *editor = nullptr;
-    static inline AssetLibrary *library = nullptr;
     static inline QObject *helper = nullptr;
     QQuickItem *panel = nullptr;
 };

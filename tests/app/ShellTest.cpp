@@ -1,6 +1,7 @@
 // The real Main window with the real services: the media library's import and removal paths,
 // the unsaved-changes gate, and the toasts as the window shows them.
 #include "../media/TestMedia.h"
+#include "MainWindowTest.h"
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
 #include "media/AssetLibrary.h"
@@ -12,8 +13,6 @@
 #include <QQuickWindow>
 #include <QTest>
 #include <QUrl>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
@@ -51,30 +50,18 @@ QVariant call(QObject *object, const char *method, const QVariantList &args = {}
 
 } // namespace
 
-class ShellTest : public testing::Test
+class ShellTest : public MainWindowTest
 {
 protected:
     static void SetUpTestSuite()
     {
-        orvel::prepareEditorServices();
-        engine = new QQmlApplicationEngine;
-        orvel::prepareEditorEngine(*engine);
-        engine->load(orvel::mainComponentUrl());
-        window = engine->rootObjects().isEmpty()
-                     ? nullptr
-                     : qobject_cast<QQuickWindow *>(engine->rootObjects().first());
-        editor = engine->singletonInstance<AppController *>(qmlTypeId("Orvel", 1, 0, "EditorState"));
-        library = engine->singletonInstance<AssetLibrary *>(qmlTypeId("Orvel", 1, 0, "AssetLibrary"));
-        QQmlComponent component(engine);
-        component.setData(kHelperQml, QUrl());
-        helper = component.create();
+        startWindow();
+        helper = createQml(kHelperQml);
     }
     static void TearDownTestSuite()
     {
-        if (window)
-            window->setProperty("forceClose", true);
         delete helper;
-        delete engine;
+        closeWindow();
     }
 
     void SetUp() override
@@ -110,10 +97,6 @@ protected:
     }
     static int visibleToasts() { return countItems(find<QQuickItem>("toastHost"), QStringLiteral("toast")); }
 
-    static inline QQmlApplicationEngine *engine = nullptr;
-    static inline QQuickWindow *window = nullptr;
-    static inline AppController *editor = nullptr;
-    static inline AssetLibrary *library = nullptr;
     static inline QObject *helper = nullptr;
 };
 
