@@ -52,7 +52,7 @@ PanelFrame {
                 delegate: AbstractButton {
                     required property var modelData
                     width: 52
-                    height: 48
+                    height: 56
                     checked: panel.currentTab === modelData.id
                     onClicked: panel.currentTab = modelData.id
                     contentItem: Column {
@@ -62,8 +62,14 @@ PanelFrame {
                             name: modelData.icon
                             color: parent.parent.checked ? Theme.primary : Theme.mutedForeground
                         }
+                        // Two-word labels wrap inside the rail instead of running past its edge.
                         Text {
+                            width: 50
                             anchors.horizontalCenter: parent.horizontalCenter
+                            horizontalAlignment: Text.AlignHCenter
+                            wrapMode: Text.WordWrap
+                            maximumLineCount: 2
+                            lineHeight: 0.9
                             text: modelData.label
                             font.family: Theme.fontFamily
                             font.pixelSize: Theme.fontSizeTiny
