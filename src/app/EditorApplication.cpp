@@ -5,6 +5,7 @@
 #include "app/FileDialogs.h"
 #include "app/ImageProviders.h"
 #include "catalog/AudioEffectCatalog.h"
+#include "catalog/EffectCatalog.h"
 #include "catalog/FontCatalog.h"
 #include "catalog/PackageRoots.h"
 #include "catalog/TransitionCatalog.h"
@@ -122,6 +123,11 @@ AppController *prepareEditorServices()
     services.editor->setAudioEffectCatalogLookup(
         [](const QString &id) { return AudioEffectCatalog::instance().find(id) != nullptr; });
     services.editor->setStickerPackDirectories(stickerPackDirectories());
+    // Opening a project names the effects and transitions it uses that are not installed here.
+    services.editor->setEffectCatalogLookup([](const QString &id) {
+        return EffectCatalog::instance().find(id) != nullptr ||
+               TransitionCatalog::instance().find(id) != nullptr;
+    });
     // The preview mixes the sound under a transition by its package's curve, as export does.
     services.editor->playback()->mixer()->setTransitionCurveLookup(transitionAudioCurve);
     registerSingletons(services);
