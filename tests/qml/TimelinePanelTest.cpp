@@ -123,12 +123,16 @@ protected:
         return call("trackPoint", track, seconds).toPointF().toPoint();
     }
     // Lets queued events, bindings and one rendered frame run after an edit or a gesture.
+    // Two frames: the clip pool sizes itself from the first frame's layout and places its items in
+    // the next, so one frame is not always enough on a busy machine.
     void settle()
     {
-        QCoreApplication::processEvents();
-        QSignalSpy frame(view.get(), &QQuickWindow::frameSwapped);
-        view->update();
-        frame.wait(2000);
+        for (int i = 0; i < 2; ++i) {
+            QCoreApplication::processEvents();
+            QSignalSpy frame(view.get(), &QQuickWindow::frameSwapped);
+            view->update();
+            frame.wait(2000);
+        }
     }
     // A left-button drag in steps, as a hand makes it.
     void drag(QPoint from, QPoint to, Qt::KeyboardModifiers modifiers = {})
