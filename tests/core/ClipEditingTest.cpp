@@ -180,7 +180,7 @@ TEST(Trim, MediaClipsStopAtTheSource)
     EXPECT_EQ(reversed.srcInUs, 0);
 }
 
-TEST(SourceTrimFadeAndSpeed, ClampToTheSourceAndTheClip)
+TEST(SourceTrimAndFades, ClampToTheSourceAndTheClip)
 {
     Project project = projectWith({});
     Clip clip = mediaClip("m", 0, 4000000);
@@ -198,16 +198,6 @@ TEST(SourceTrimFadeAndSpeed, ClampToTheSourceAndTheClip)
     EXPECT_EQ(clip.fadeOutUs, 0);
     applyFades(clip, 1000000, 5000000);
     EXPECT_EQ(clip.fadeOutUs, 3000000);
-
-    Clip slow = mediaClip("s", 0, 10000000, 8000000); // source 8..18 s
-    slow.speed = 0.5;
-    applySpeedDurationRule(project, slow);
-    EXPECT_EQ(slow.srcOutUs, 13000000);
-    EXPECT_EQ(slow.timelineDurationUs, 10000000);
-    slow.speed = 4.0; // would need 40 s of source: the file's end cuts it
-    applySpeedDurationRule(project, slow);
-    EXPECT_EQ(slow.srcOutUs, 20000000);
-    EXPECT_EQ(slow.timelineDurationUs, 3000000);
 }
 
 TEST(Merge, ForwardAndReversedRules)
