@@ -220,21 +220,6 @@ TEST(ProjectJsonWriter, OptionalKeysAppearOnlyWhenTheyCarryInformation)
     EXPECT_FALSE(assets[0].toObject().contains("hasAudio"));
 }
 
-TEST(ProjectJsonReader, EmptyObjectGivesTheDefaultProject)
-{
-    QString error = "old message";
-    const Project project = projectFromJson(QJsonObject{}, &error);
-    EXPECT_TRUE(error.isEmpty());
-    EXPECT_EQ(project.name, "Untitled Project");
-    EXPECT_FALSE(QUuid::fromString(project.id).isNull());
-    EXPECT_EQ(std::tuple(project.fps, project.width, project.height, project.sampleRate),
-              std::tuple(30, 1920, 1080, 48000));
-    ASSERT_EQ(project.tracks.size(), 1);
-    EXPECT_EQ(project.tracks[0].type, TrackType::video);
-    EXPECT_EQ(project.modifiedAt, project.createdAt);
-    EXPECT_EQ(project.background.blurStrength, 20.0);
-}
-
 TEST(ProjectJsonReader, ClampsAndTopLevelRules)
 {
     Project p = readText(R"({"version": 99, "fps": 0, "width": -5, "height": 0, "id": "",
