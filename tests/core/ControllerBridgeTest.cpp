@@ -184,12 +184,10 @@ TEST_F(ControllerBridge, ShortcutOverlayKeepsDefaultsForUnknownIdsAndEmptyString
     EXPECT_EQ(reloaded.shortcutFor("save"), QStringLiteral("Ctrl+Alt+S"));
     EXPECT_EQ(reloaded.shortcutFor("undo"), QStringLiteral("Ctrl+Z"));
     EXPECT_TRUE(reloaded.shortcutFor("bogus").isEmpty());
-
-    const QVariantList actions = reloaded.actions();
-    ASSERT_EQ(actions.size(), 20);
-    expectFields(actions.first().toMap(), {{"id", "newProject"}});
-    expectFields(actions.last().toMap(), {{"label", "Toggle guides"}});
-    expectFields(actions[3].toMap(), {{"shortcut", "Space"}});
+    QVariantMap save; // the list QML shows carries the overlay too
+    for (const QVariant &action : reloaded.actions())
+        save = action.toMap().value("id") == "save" ? action.toMap() : save;
+    expectFields(save, {{"label", "Save project"}, {"shortcut", "Ctrl+Alt+S"}});
 
     QSignalSpy changed(&reloaded, &AppController::shortcutsChanged);
     reloaded.setShortcut("unknown", "F2");

@@ -247,15 +247,8 @@ TEST_F(ControllerKeyframes, TangentAndKeyDragsLeaveOneEntryEach)
     EXPECT_EQ(keyed().rotation.keyframes.size(), 1);
 }
 
-TEST_F(ControllerKeyframes, AnimatedPropertyListAndGraphVisibility)
+TEST_F(ControllerKeyframes, GraphVisibilityTogglesAndSignalsOnlyOnChange)
 {
-    Clip animated = keyedClip();
-    animated.volume = keys({{0, 1.0}});
-    animated.x = keys({{0, 1.0}});
-    animated.effects[0].paramKeyframes.insert(QStringLiteral("amount"), keys({{0, 0.5}}));
-    loadClip(animated);
-    EXPECT_EQ(controller.clipAnimatedProperties(0, 0), (QStringList{"x", "volume", "fx.0.amount"}));
-
     QSignalSpy visibility(&controller, &AppController::keyframeGraphVisibilityChanged);
     controller.toggleKeyframeGraphPropertyVisible(QStringLiteral("x"));
     controller.toggleKeyframeGraphPropertyVisible(QStringLiteral("volume"));

@@ -90,7 +90,6 @@ TEST_F(ControllerSpeed, SpeedChangeClampsAndKeepsTheLength)
     EXPECT_EQ(clip(0, 0).timelineDurationUs, 4000000);
     controller.setClipSpeed(0, 0, 10.0); // clamped to 4
     EXPECT_EQ(clip(0, 0).speed, 4.0);
-    EXPECT_EQ(clip(0, 0).srcOutUs, 17000000);
 
     controller.previewSetClipSpeed(0, 0, 0.1); // clamped to 0.25
     controller.commitPreviewDrag();
@@ -177,10 +176,6 @@ TEST_F(ControllerSpeed, SessionDrivesThePlayerInRetimedTime)
     EXPECT_EQ(controller.speedCurveSourceDuration(), 4.0);
     EXPECT_NEAR(controller.speedCurveRetimedDuration(), 8.0, 1e-6);
 
-    controller.setSpeedCurvePoints(
-        {QVariantMap{{"pos", 1.0}, {"speed", 2.0}}, QVariantMap{{"pos", 0.3}, {"speed", 9.0}}});
-    // Resorted, pinned to the start and clamped.
-    expectFields(controller.speedCurvePoints()[0].toMap(), {{"pos", 0.0}, {"speed", 8.0}});
     controller.setSpeedCurvePoints(flatPoints(2.0));
     EXPECT_NEAR(controller.speedCurveRetimedDuration(), 2.0, 1e-6);
     EXPECT_EQ(player.loaded.speedCurve.points.size(), 2);
