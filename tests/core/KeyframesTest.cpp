@@ -223,8 +223,6 @@ TEST(PropertyNames, LookupOfMembersAndEffectParameters)
 {
     Clip clip;
     clip.effects.append(EffectInstance{});
-    EXPECT_EQ(clipMemberPropertyNames(),
-              (QStringList{"x", "y", "width", "height", "rotation", "opacity", "volume"}));
     EXPECT_EQ(clipProperty(clip, "height", false), &clip.height);
     EXPECT_EQ(clipProperty(clip, "scale", true), nullptr);
     EXPECT_EQ(clipProperty(clip, "fx.1.mix", true), nullptr); // past the effect list

@@ -273,39 +273,41 @@ TEST(ClipTiming, CurvedClips)
 
 TEST(ClipTiming, SpeedChangeKeepsTheTimelineLengthUntilTheFileEnds)
 {
-    Clip clip;
-    clip.timelineDurationUs = 2000000;
-    clip.srcInUs = 1000000;
-    clip.srcOutUs = 3000000;
-    clip.speed = 2.0;
-    applySpeedDurationRule(clip, 10000000);
-    EXPECT_EQ(clip.srcOutUs, 5000000);
-    EXPECT_EQ(clip.timelineDurationUs, 2000000);
+    const struct
+    {
+        TimeUs durationUs, outUs;
+        double speed;
+        TimeUs fileEndUs, expectedOutUs, expectedDurationUs;
+    } rows[] = {
+        {2000000, 3000000, 2.0, 10000000, 5000000, 2000000},
+        {2000000, 5000000, 3.0, 4000000, 4000000, 1000000}, // wants 6 s of source, only 3 s remain
+        {1000000, 4000000, 0.0, 4000000, 2000000, 1000000}, // an old file's 0 reads as 1
+        {375000, 2500000, 0.25, 2500000, 1093750, 375000},  // slower: the source span shrinks
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.speed);
+        Clip clip;
+        clip.timelineDurationUs = row.durationUs;
+        clip.srcInUs = 1000000;
+        clip.srcOutUs = row.outUs;
+        clip.speed = row.speed;
+        applySpeedDurationRule(clip, row.fileEndUs);
+        EXPECT_EQ(clip.srcOutUs, row.expectedOutUs);
+        EXPECT_EQ(clip.timelineDurationUs, row.expectedDurationUs);
+    }
 
-    clip.speed = 3.0;
-    applySpeedDurationRule(clip, 4000000); // wants 6 s of source, only 3 s remain
-    EXPECT_EQ(clip.srcOutUs, 4000000);
-    EXPECT_EQ(clip.timelineDurationUs, 1000000);
-
-    clip.speed = 0.0; // reads as 1.0
-    applySpeedDurationRule(clip, 4000000);
-    EXPECT_EQ(clip.srcOutUs, 2000000);
-    EXPECT_EQ(clip.timelineDurationUs, 1000000);
-
-    Project project;
+    Project project; // the asset's length is the file's end
     Asset asset;
     asset.id = "a";
-    asset.kind = AssetKind::video;
     asset.durationUs = 2500000;
     project.insertAsset(asset);
+    Clip clip;
     clip.assetId = "a";
+    clip.timelineDurationUs = 1000000;
+    clip.srcInUs = 1000000;
     clip.speed = 4.0;
-    applySpeedDurationRule(project, clip); // the asset's length is the file's end
-    EXPECT_EQ(clip.srcOutUs, 2500000);
-    EXPECT_EQ(clip.timelineDurationUs, 375000);
-    clip.speed = 0.25;
     applySpeedDurationRule(project, clip);
-    EXPECT_EQ(clip.srcOutUs, 1093750); // the timeline length stays, the source span shrinks
+    EXPECT_EQ(clip.srcOutUs, 2500000);
     EXPECT_EQ(clip.timelineDurationUs, 375000);
 }
 
