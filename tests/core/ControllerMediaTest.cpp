@@ -41,13 +41,11 @@ TEST_F(ControllerMedia, FreezeFrameDecodesTheFrameUnderThePlayhead)
     QSignalSpy tracks(&controller, &AppController::tracksChanged);
     controller.freezeFrameAtPlayhead();
     ASSERT_TRUE(tracks.wait(20000));
-    EXPECT_EQ(controller.lastMessage(), QStringLiteral("Freeze frame added"));
     ASSERT_EQ(doc().tracks.last().clips.size(), 1);
     const Clip &still = doc().tracks.last().clips[0];
     ASSERT_EQ(still.type, ClipType::image);
     EXPECT_EQ(QImage(still.path).size(), QSize(160, 90)); // full size, not a preview-sized decode
     EXPECT_EQ(still.thumbnailPath, still.path);
-    EXPECT_EQ(still.timelineStartUs, 500000);
 
     controller.undo();
     EXPECT_FALSE(hasImageClip());
