@@ -107,7 +107,7 @@ TEST(BuildAssetFromProbe, KindFollowsStreamsAndLastStreamOfEachTypeWins)
     EXPECT_TRUE(data.codecName.isEmpty());
 }
 
-TEST(BuildAssetFromFile, VideoGetsPosterAndStripOthersShareThePoster)
+TEST(BuildAssetFromFile, VideoGetsPosterAndStripOthersShareThePosterAndAudioIsKnown)
 {
     const QString video = testmedia::path("av.mp4");
     const Asset clip = buildAsset(video, "av.mp4", probeMedia(video));
@@ -133,10 +133,8 @@ TEST(BuildAssetFromFile, VideoGetsPosterAndStripOthersShareThePoster)
     EXPECT_EQ(fake.kind, AssetKind::image);
     EXPECT_EQ(QSize(fake.width, fake.height), QSize(0, 0));
     EXPECT_TRUE(fake.thumbnailPath.isEmpty() && fake.filmstripPath.isEmpty());
-}
 
-TEST(BuildAssetFromFile, SecondAudioStreamWinsAndSilentVideoKnowsItHasNoAudio)
-{
+    // The second audio stream wins, and a silent video knows it has no audio.
     const QString twoAudio = testmedia::path("two_audio.mp4");
     const Asset both = buildAsset(twoAudio, "two_audio.mp4", probeMedia(twoAudio), false);
     EXPECT_EQ(std::tuple(both.hasAudio, both.sampleRate, both.channels), std::tuple(true, 22050, 1));

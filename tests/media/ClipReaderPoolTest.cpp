@@ -79,16 +79,14 @@ TEST_F(ClipReaderPoolTest, MissingFileStaysDarkAndIsNeverReopened)
     EXPECT_EQ(pool.workerCount(), 2);
 }
 
-TEST_F(ClipReaderPoolTest, RequestedFramesAnswerTheBlockingCallFromCache)
+TEST_F(ClipReaderPoolTest, FramesAndReadersAskedForAheadAreReadyWhenUsed)
 {
     pool.requestFrames({FrameRequest{video, 90 * kFrameUs, 0, 0}, FrameRequest{QString(), 0, 0, 0}});
     EXPECT_EQ(pool.workerCount(), 1);
     EXPECT_EQ(patternIndex(pool.decodeVideoNv12(video, 90 * kFrameUs, 0, 0)), 90);
     EXPECT_EQ(countersOf(pool.videoWorker(video)).seeks, 1);
-}
 
-TEST_F(ClipReaderPoolTest, EnsureReadersMakesBothRoles)
-{
+    // Readers made ahead of use, in both roles.
     const QString audio = testmedia::path("ramp.wav");
     pool.ensureReaders({video, QString()}, {video, audio});
     EXPECT_NE(pool.videoWorker(video), nullptr);

@@ -40,28 +40,37 @@ protected:
     ClipReader reader;
 };
 
-TEST_F(ClipReaderVideo, OpensOnceAndGivesTheFrameOnScreenAtTheTime)
+TEST_F(ClipReaderVideo, GivesTheFrameOnScreenAtTheTimeAndServesRepeatsFromCache)
 {
     EXPECT_GE(reader.videoStream, 0);
     EXPECT_GE(reader.audioStream, 0);
     EXPECT_TRUE(reader.open(testmedia::path("pattern.mp4"))); // the same path again does no work
     EXPECT_EQ(reader.counters.openAttempts, 1);
 
-    EXPECT_EQ(nv12At(10 * kFrameUs + kFrameUs / 2), 10);
-    EXPECT_EQ(nv12At(20 * kFrameUs + kFrameUs - 1), 20); // the last microsecond of frame 20
-    EXPECT_EQ(patternIndex(reader.decodeVideo(40 * kFrameUs, 0, 0)), 40);
-    EXPECT_EQ(nv12At(-500'000), 0); // before the start: the first frame
-}
-
-TEST_F(ClipReaderVideo, AnyTimeWithinACachedFrameIsServedFromCache)
-{
+    // Any time within a cached frame is served from the cache.
     ASSERT_EQ(nv12At(12 * kFrameUs), 12);
     const ClipReaderCounters before = reader.counters;
     EXPECT_EQ(nv12At(12 * kFrameUs + kFrameUs / 2), 12);
-    EXPECT_EQ(nv12At(13 * kFrameUs - 1), 12);
+    EXPECT_EQ(nv12At(13 * kFrameUs - 1), 12); // the last microsecond of frame 12
     EXPECT_EQ(reader.counters.framesDecoded, before.framesDecoded);
     EXPECT_EQ(reader.counters.seeks, before.seeks);
     EXPECT_EQ(reader.nv12Cache.size(), 1);
+    EXPECT_EQ(nv12At(20 * kFrameUs + kFrameUs - 1), 20); // decoded on, not from the cache
+
+    // Half way between two frames gives the earlier one, and the next exact request the later.
+    for (int i = 10; i < 40; i += 3) {
+        EXPECT_EQ(nv12At(i * kFrameUs + kFrameUs / 2), i);
+        EXPECT_EQ(nv12At((i + 1) * kFrameUs), i + 1);
+        EXPECT_EQ(patternIndex(reader.decodeVideo((i + 1) * kFrameUs - 1, 0, 0)), i);
+    }
+    EXPECT_EQ(nv12At(-500'000), 0); // before the start: the first frame
+
+    // Past the end: the last frame, and asking again costs no seek.
+    EXPECT_EQ(nv12At(60'000'000), 199);
+    const int seeks = reader.counters.seeks;
+    EXPECT_EQ(nv12At(70'000'000), 199);
+    EXPECT_EQ(reader.counters.seeks, seeks);
+    EXPECT_EQ(nv12At(100 * kFrameUs), 100);
 }
 
 TEST_F(ClipReaderVideo, ForwardDecodesThroughUpToTwoSecondsAndSeeksBeyond)
@@ -92,7 +101,7 @@ TEST_F(ClipReaderVideo, BackwardStepsSeekAndOnlyTheChosenFramesAreKept)
     EXPECT_EQ(reader.counters.seeks, seeks + 11);
 }
 
-TEST_F(ClipReaderVideo, OutputSizeInEighthsWithoutUpscaling)
+TEST_F(ClipReaderVideo, OutputSizeInEighthsWithoutUpscalingAndCachesKeepTheirCapacity)
 {
     Nv12Frame small = reader.decodeVideoNv12(5 * kFrameUs, 50, 1000);
     EXPECT_EQ(QSize(small.width, small.height), QSize(60, 36)); // 160 * 3/8
@@ -105,17 +114,14 @@ TEST_F(ClipReaderVideo, OutputSizeInEighthsWithoutUpscaling)
     // The size change emptied both caches.
     EXPECT_EQ(reader.nv12Cache.size(), 0);
     EXPECT_EQ(reader.rgbaCache.size(), 1);
-}
 
-TEST_F(ClipReaderVideo, CachesKeepTheirCapacity)
-{
+    // Both caches keep their capacity; played frames go oldest first, so the newest sixteen remain.
     for (int i = 0; i < 24; ++i)
         ASSERT_EQ(nv12At(i * kFrameUs), i);
     for (int i = 0; i < 24; ++i)
         ASSERT_EQ(patternIndex(reader.decodeVideo(i * kFrameUs, 0, 0)), i);
     EXPECT_EQ(reader.rgbaCache.size(), RgbaFrameCache::kCapacity);
     ASSERT_EQ(reader.nv12Cache.size(), 16);
-    // Played frames go oldest first, so the newest sixteen remain.
     EXPECT_EQ(reader.nv12Cache.entries().back().span.timeUs, 8 * kFrameUs);
     EXPECT_EQ(reader.nv12Cache.entries().front().span.timeUs, 23 * kFrameUs);
 }
@@ -134,15 +140,6 @@ TEST_F(ClipReaderVideo, PrefetchFillsReadAheadThenStops)
     EXPECT_FALSE(reader.prefetchNextVideoNv12(0, 0, readAhead)); // the read-ahead is full
     EXPECT_EQ(nv12At(15 * kFrameUs), 15);
     EXPECT_EQ(reader.counters.framesDecoded, decoded);
-}
-
-TEST_F(ClipReaderVideo, SeekPastEndGivesLastFrame)
-{
-    EXPECT_EQ(nv12At(60'000'000), 199);
-    const int seeks = reader.counters.seeks;
-    EXPECT_EQ(nv12At(70'000'000), 199);
-    EXPECT_EQ(reader.counters.seeks, seeks);
-    EXPECT_EQ(nv12At(100 * kFrameUs), 100);
 }
 
 TEST(ClipReaderStreams, UnknownFrameRatePrefetchesByTimestamps)
@@ -200,7 +197,7 @@ TEST(ClipReaderStreams, MissingFileOrMissingStreamGivesNothing)
     EXPECT_EQ(audioOnly.decodeAudio(0, 0, 48000, buffer), 0);
 }
 
-TEST(ClipReaderHardware, SwitchedOffOrLightStreamsNeverLookForADevice)
+TEST(ClipReaderHardware, OnlyAForcedDeviceIsTriedAndAFailingOneFallsBackToSoftwareOnce)
 {
     // Forcing the device does not override switching it off; without force, a light stream
     // stays in software.
@@ -214,10 +211,8 @@ TEST(ClipReaderHardware, SwitchedOffOrLightStreamsNeverLookForADevice)
         EXPECT_FALSE(reader.hwActive);
         EXPECT_EQ(reader.counters.hwConfigLookups, 0);
     }
-}
 
-TEST(ClipReaderHardware, FailingDeviceFallsBackToSoftwareOnce)
-{
+    // A forced device that fails falls back to software once.
     VaapiSwitches switches(false, true);
     ClipReader reader;
     reader.hwDeviceName = QStringLiteral("/nonexistent/renderD999");
@@ -261,7 +256,7 @@ protected:
     std::vector<float> buffer;
 };
 
-TEST_F(ClipReaderAudio, ReadsOnThroughForwardJumpsAndSeeksBeyondTwoSeconds)
+TEST_F(ClipReaderAudio, ReadsOnForwardUpToTwoSecondsAndSeeksOtherwiseAndTheEndGivesWhatIsLeft)
 {
     ASSERT_EQ(read(0, 4800), 4800);
     EXPECT_NEAR(secondsAt(0), 0.0, 1e-6);
@@ -279,20 +274,19 @@ TEST_F(ClipReaderAudio, ReadsOnThroughForwardJumpsAndSeeksBeyondTwoSeconds)
     EXPECT_EQ(reader.counters.audioSeeks, 2);
     EXPECT_NEAR(secondsAt(0), 3.200125, 1.5 / 48000.0);
     EXPECT_NEAR(secondsAt(479), 3.200125 + 479 / 48000.0, 1.5 / 48000.0);
-}
 
-TEST_F(ClipReaderAudio, StepsBackOrRateChangesSeekAndTheEndGivesWhatIsLeft)
-{
+    // Back to 1 s seeks; then a block time's rounding reads on, a step back or a new rate seeks.
     ASSERT_EQ(read(1'000'000, 4800), 4800);
-    ASSERT_EQ(read(1'100'000 - 800, 480), 480); // rounding of a block time: reads on
+    EXPECT_EQ(reader.counters.audioSeeks, 3);
+    ASSERT_EQ(read(1'100'000 - 800, 480), 480);
     EXPECT_NEAR(secondsAt(0), 1.1, 1e-5);
-    EXPECT_EQ(reader.counters.audioSeeks, 1);
+    EXPECT_EQ(reader.counters.audioSeeks, 3);
     ASSERT_EQ(read(1'110'000 - 50'000, 480), 480);
-    EXPECT_EQ(reader.counters.audioSeeks, 2);
+    EXPECT_EQ(reader.counters.audioSeeks, 4);
     EXPECT_NEAR(secondsAt(0), 1.06, 1.5 / 48000.0);
 
     ASSERT_EQ(read(2'000'000, 4410, 44100), 4410);
-    EXPECT_EQ(reader.counters.audioSeeks, 3);
+    EXPECT_EQ(reader.counters.audioSeeks, 5);
     EXPECT_NEAR(secondsAt(2000), 2.0 + 2000 / 44100.0, 1e-3);
 
     EXPECT_EQ(read(5'900'000, 9600), 4800);

@@ -16,7 +16,7 @@ TEST(RotationFromDisplayAngle, NegatesRoundsAndWrapsIntoOneTurn)
         EXPECT_EQ(rotationFromDisplayAngle(angle), degrees) << angle;
 }
 
-TEST(MediaProbe, VideoWithAudioFillsContainerAndBothStreams)
+TEST(MediaProbe, FillsContainerAndStreamsRotationAndCoverArt)
 {
     const QString path = testmedia::path("av.mp4");
     const MediaProbeResult probe = probeMedia(path);
@@ -42,28 +42,24 @@ TEST(MediaProbe, VideoWithAudioFillsContainerAndBothStreams)
     EXPECT_EQ(audio.sampleRate, 44100);
     EXPECT_EQ(audio.channels, 2);
     EXPECT_EQ(audio.width, 0);
-}
 
-TEST(MediaProbe, DisplayMatrixBecomesClockwiseRotationWithStoredSizeKept)
-{
+    // A display matrix becomes a clockwise rotation, the stored size kept.
     for (const auto &[name, degrees] : {std::pair{"rotated.mp4", 90}, std::pair{"rotated90.mp4", 270}}) {
-        const MediaProbeResult probe = probeMedia(testmedia::path(name));
-        ASSERT_TRUE(probe.ok && !probe.streams.isEmpty()) << name;
-        EXPECT_EQ(probe.streams.at(0).rotationDegrees, degrees) << name;
-        EXPECT_EQ(QSize(probe.streams.at(0).width, probe.streams.at(0).height), QSize(160, 90)) << name;
+        const MediaProbeResult turned = probeMedia(testmedia::path(name));
+        ASSERT_TRUE(turned.ok && !turned.streams.isEmpty()) << name;
+        EXPECT_EQ(turned.streams.at(0).rotationDegrees, degrees) << name;
+        EXPECT_EQ(QSize(turned.streams.at(0).width, turned.streams.at(0).height), QSize(160, 90)) << name;
     }
-}
 
-TEST(MediaProbe, CoverArtIsAVideoStreamMarkedAsAttachedPicture)
-{
-    const MediaProbeResult probe = probeMedia(testmedia::path("cover.mp3"));
-    ASSERT_TRUE(probe.ok);
-    ASSERT_EQ(probe.streams.size(), 2);
-    EXPECT_EQ(probe.streams.at(0).kind, MediaStreamKind::audio);
-    EXPECT_FALSE(probe.streams.at(0).isAttachedPicture);
-    EXPECT_EQ(probe.streams.at(1).kind, MediaStreamKind::video);
-    EXPECT_TRUE(probe.streams.at(1).isAttachedPicture);
-    EXPECT_EQ(probe.streams.at(1).width, 64);
+    // Cover art is a video stream marked as an attached picture.
+    const MediaProbeResult song = probeMedia(testmedia::path("cover.mp3"));
+    ASSERT_TRUE(song.ok);
+    ASSERT_EQ(song.streams.size(), 2);
+    EXPECT_EQ(song.streams.at(0).kind, MediaStreamKind::audio);
+    EXPECT_FALSE(song.streams.at(0).isAttachedPicture);
+    EXPECT_EQ(song.streams.at(1).kind, MediaStreamKind::video);
+    EXPECT_TRUE(song.streams.at(1).isAttachedPicture);
+    EXPECT_EQ(song.streams.at(1).width, 64);
 }
 
 TEST(MediaProbe, UnreadableFilesReportTheDemuxerError)

@@ -37,7 +37,7 @@ TEST_F(CompositorLayerTest, EveryBlendModeOverAKnownCanvas)
     }
 }
 
-TEST_F(CompositorLayerTest, OpacityPremultipliesOnceAndAddSaturates)
+TEST_F(CompositorLayerTest, OpacityPremultipliesOnceAddSaturatesAndInvisibleLayersAreSkipped)
 {
     // A premultiplied picture is straightened at upload and multiplied again only by the layer
     // shader: premultiplied red 100 at alpha 128 is straight red 199, here at opacity 0.5.
@@ -57,16 +57,14 @@ TEST_F(CompositorLayerTest, OpacityPremultipliesOnceAndAddSaturates)
     EXPECT_TRUE(pixelNear(frame, 3, 4, {added, 100 / 255.0 + added, 1.0}));
     EXPECT_TRUE(pixelIs(frame, 5, 4, QColor(0, 100, 250)));
     EXPECT_TRUE(pixelIs(frame, 7, 4, Qt::white));
-}
 
-TEST_F(CompositorLayerTest, AnInvisibleLayerIsNeverUploaded)
-{
+    // A layer at opacity 0 is never even uploaded.
     const QImage hidden = solidImage(3, 3, Qt::red);
     const QImage shown = solidImage(3, 3, Qt::green);
-    const QImage frame = GpuCompositor::render(
+    const QImage shownOnly = GpuCompositor::render(
         sceneOf({6, 6}, Qt::black, {layerEntry(hidden, {0, 0, 6, 6}, 0.0), layerEntry(shown, {0, 0, 3, 6})}));
-    EXPECT_TRUE(pixelIs(frame, 4, 3, Qt::black));
-    EXPECT_TRUE(pixelIs(frame, 1, 3, Qt::green));
+    EXPECT_TRUE(pixelIs(shownOnly, 4, 3, Qt::black));
+    EXPECT_TRUE(pixelIs(shownOnly, 1, 3, Qt::green));
     onGl([&] {
         EXPECT_FALSE(gl().hasCachedImageTexture(hidden.cacheKey()));
         EXPECT_TRUE(gl().hasCachedImageTexture(shown.cacheKey()));

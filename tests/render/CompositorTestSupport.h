@@ -5,6 +5,7 @@
 
 #include <QImage>
 
+#include <algorithm>
 #include <cmath>
 
 namespace orvel::test {
@@ -68,6 +69,23 @@ inline ::testing::AssertionResult pixelNear(const QImage &image, int x, int y, R
                    << got[3] << ", want " << want.r * 255 << " " << want.g * 255 << " " << want.b * 255;
     }
     return ::testing::AssertionSuccess();
+}
+
+// The largest channel difference between two pictures of one size, over every `step`th pixel
+// each way.
+inline int worstDifference(const QImage &got, const QImage &want, int step = 1)
+{
+    const QImage a = got.convertToFormat(QImage::Format_RGBA8888);
+    const QImage b = want.convertToFormat(QImage::Format_RGBA8888);
+    if (a.size() != b.size())
+        return 256;
+    int worst = 0;
+    for (int y = step / 2; y < b.height(); y += step)
+        for (int x = step / 2; x < b.width(); x += step)
+            for (int c = 0; c < 4; ++c)
+                worst =
+                    std::max(worst, std::abs(a.constScanLine(y)[4 * x + c] - b.constScanLine(y)[4 * x + c]));
+    return worst;
 }
 
 inline ::testing::AssertionResult pixelIs(const QImage &image, int x, int y, QColor expected)

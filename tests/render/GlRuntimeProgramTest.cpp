@@ -63,7 +63,7 @@ TEST_F(GlRuntimeTest, BuiltinProgramsCompileOnceAndAFailureIsRetriedOnTheNextCal
     EXPECT_GT(warnings.startingWith(expected).value(0).size(), expected.size());
 }
 
-TEST_F(GlRuntimeTest, PipelineProgramsAreKeptUntilTheirSourcesChange)
+TEST_F(GlRuntimeTest, PipelineProgramsAreKeptUntilTheirSourcesChangeAndFailuresAreRetried)
 {
     CatalogPipeline pipeline;
     pipeline.passes = {{0, "a.frag", solidFragment("1.0, 0.0, 0.0, 1.0")},
@@ -95,10 +95,8 @@ TEST_F(GlRuntimeTest, PipelineProgramsAreKeptUntilTheirSourcesChange)
         EXPECT_EQ(shorter->programs.size(), 1u);
         EXPECT_EQ(shorter->signature, pipeline.passes[0].source + "#1");
     });
-}
 
-TEST_F(GlRuntimeTest, PipelineCompileAndLinkFailuresWarnEraseTheEntryAndRetry)
-{
+    // Compile and link failures warn, leave no entry behind, and are tried again on the next call.
     WarningCapture warnings;
     orvel::GlPipelineSource good;
     good.passes = {{0, "ok.frag", solidFragment("1.0")}};

@@ -51,7 +51,7 @@ std::array<double, 3> expectedRgb(double kr, double kb, bool fullRange, int y8, 
     return {r, (y - kr * r - kb * b) / kg, b};
 }
 
-TEST_F(GlRuntimeTest, Nv12ReadsTheFramesMatrixAndExpandsLimitedRange)
+TEST_F(GlRuntimeTest, Nv12ReadsTheFramesMatrixExpandsLimitedRangeAndRefusesBadSizes)
 {
     // Greys, limited-range white and black, primaries, values beyond the legal range.
     const std::vector<std::array<int, 3>> colours = {{128, 128, 128}, {235, 128, 128}, {16, 128, 128},
@@ -85,38 +85,8 @@ TEST_F(GlRuntimeTest, Nv12ReadsTheFramesMatrixAndExpandsLimitedRange)
             }
         }
     }
-}
 
-TEST_F(GlRuntimeTest, ImagesWithPaddedRowsUploadByTheirBytesPerLine)
-{
-    // Five pixels a row with 12 bytes of padding after each, as a decoder's buffer may be.
-    const int width = 5, height = 3, stride = width * 4 + 12;
-    std::vector<uchar> buffer(size_t(stride * height), 0xEE);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            uchar *pixel = buffer.data() + y * stride + x * 4;
-            pixel[0] = uchar(40 * x);
-            pixel[1] = uchar(100 * y);
-            pixel[2] = 7;
-            pixel[3] = 255;
-        }
-    const QImage padded(buffer.data(), width, height, stride, QImage::Format_RGBA8888);
-    QImage image;
-    onGl([&] {
-        const GLuint texture = gl().uploadTexture(padded, false);
-        orvel::GlFbo fbo = gl().acquireFbo(width, height);
-        ASSERT_TRUE(gl().copyTextureToFbo(texture, fbo));
-        image = readBack(fbo);
-        gl().releaseFbo(fbo);
-        gl().extraFunctions()->glDeleteTextures(1, &texture);
-    });
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            EXPECT_EQ(storedRgba(image, x, y), (Rgba{40 * x, 100 * y, 7, 255})) << x << "," << y;
-}
-
-TEST_F(GlRuntimeTest, Nv12KeepsRowZeroAtRowZeroAndRefusesOddSizesAndShortBuffers)
-{
+    // Row 0 stays row 0; odd sizes and short buffers are refused.
     const auto luma = [](int col, int row) { return 16 + 12 * row + 5 * col; };
     orvel::VideoColour full;
     full.fullRange = true;
@@ -146,8 +116,20 @@ QImage threeBandImage(QImage::Format format)
     return image;
 }
 
-TEST_F(GlRuntimeTest, ImagesLandWithRowZeroAtRowZeroInStraightAlpha)
+TEST_F(GlRuntimeTest, ImagesLandWithRowZeroAtRowZeroInStraightAlphaWhateverTheirRowPadding)
 {
+    // Five pixels a row with 12 bytes of padding after each, as a decoder's buffer may be.
+    const int width = 5, height = 3, stride = width * 4 + 12;
+    std::vector<uchar> buffer(size_t(stride * height), 0xEE);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            uchar *pixel = buffer.data() + y * stride + x * 4;
+            pixel[0] = uchar(40 * x);
+            pixel[1] = uchar(100 * y);
+            pixel[2] = 7;
+            pixel[3] = 255;
+        }
+    const QImage padded(buffer.data(), width, height, stride, QImage::Format_RGBA8888);
     QImage translucent(2, 2, QImage::Format_ARGB32);
     translucent.fill(QColor(200, 40, 0, 128));
     std::vector<QImage> images;
@@ -161,9 +143,11 @@ TEST_F(GlRuntimeTest, ImagesLandWithRowZeroAtRowZeroInStraightAlpha)
         fbos.push_back(gl().imageToFbo(translucent, {}));
         fbos.push_back(gl().imageToFbo(QImage(), QSize(5, 7)));
         fbos.push_back(gl().cachedImageToFbo(QImage(), QSize(5, 7)));
-        for (const bool flip : {false, true}) {
-            const GLuint texture = gl().uploadTexture(threeBandImage(QImage::Format_RGBA8888), flip);
-            fbos.push_back(gl().acquireFbo(4, 3));
+        for (const auto &[upload, flip] :
+             {std::pair{threeBandImage(QImage::Format_RGBA8888), false},
+              std::pair{threeBandImage(QImage::Format_RGBA8888), true}, std::pair{padded, false}}) {
+            const GLuint texture = gl().uploadTexture(upload, flip);
+            fbos.push_back(gl().acquireFbo(upload.width(), upload.height()));
             EXPECT_TRUE(gl().copyTextureToFbo(texture, fbos.back()));
             gl().extraFunctions()->glDeleteTextures(1, &texture);
         }
@@ -172,7 +156,7 @@ TEST_F(GlRuntimeTest, ImagesLandWithRowZeroAtRowZeroInStraightAlpha)
             gl().releaseFbo(fbo);
         }
     });
-    ASSERT_EQ(images.size(), 7u);
+    ASSERT_EQ(images.size(), 8u);
     for (const int i : {0, 1, 5}) {
         ASSERT_EQ(images[size_t(i)].size(), QSize(4, 3)) << i;
         EXPECT_EQ(storedRgba(images[size_t(i)], 1, 0), (Rgba{255, 0, 0, 255})) << i;
@@ -185,6 +169,9 @@ TEST_F(GlRuntimeTest, ImagesLandWithRowZeroAtRowZeroInStraightAlpha)
         EXPECT_EQ(storedRgba(images[size_t(i)], 4, 6), (Rgba{0, 0, 0, 0})) << i;
     }
     EXPECT_EQ(storedRgba(images[6], 0, 0), (Rgba{0, 0, 255, 255})); // mirrored only when asked
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            EXPECT_EQ(storedRgba(images[7], x, y), (Rgba{40 * x, 100 * y, 7, 255})) << x << "," << y;
 }
 
 TEST_F(GlRuntimeTest, ImageTextureCacheHitsOnTheSameRgbaImageAndEvictsTheLeastRecentlyUsed)

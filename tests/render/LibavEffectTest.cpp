@@ -8,6 +8,7 @@
 namespace {
 
 using namespace orvel;
+using orvel::test::worstDifference;
 
 // A picture with every hue and a range of levels, so the filter has real work everywhere.
 QImage gradientPicture()
@@ -29,15 +30,6 @@ QImage ffmpegFiltered(const QString &input, const QString &filter, const QString
     return QImage(output).convertToFormat(QImage::Format_RGBA8888);
 }
 
-int largestDifference(const QImage &a, const QImage &b)
-{
-    int worst = 0;
-    for (int y = 0; y < a.height(); ++y)
-        for (int x = 0; x < a.width() * 4; ++x)
-            worst = std::max(worst, std::abs(int(a.constScanLine(y)[x]) - int(b.constScanLine(y)[x])));
-    return worst;
-}
-
 } // namespace
 
 TEST(LibavEffectTest, AnEffectWithoutPackageRunsAsItsFilterLikeFfmpeg)
@@ -53,12 +45,12 @@ TEST(LibavEffectTest, AnEffectWithoutPackageRunsAsItsFilterLikeFfmpeg)
     hue.parameters = {{"h", 90}, {"s", 0.5}};
     const QImage got = applyEffectChain(picture, {hue}, 0, {});
     ASSERT_EQ(got.size(), picture.size());
-    EXPECT_LE(largestDifference(got, expected), 3);
-    EXPECT_GT(largestDifference(got, picture), 40); // it did change the picture
+    EXPECT_LE(worstDifference(got, expected), 3);
+    EXPECT_GT(worstDifference(got, picture), 40); // it did change the picture
 
     // A filter that does not exist leaves the picture as it was.
     EffectInstance bogus;
     bogus.name = "no_such_filter_here";
-    EXPECT_EQ(largestDifference(applyEffectChain(picture, {bogus}, 0, {}), picture), 0);
+    EXPECT_EQ(worstDifference(applyEffectChain(picture, {bogus}, 0, {}), picture), 0);
     EXPECT_EQ(runFilterGraph(picture, "[in] hue=h=[out]").size(), picture.size());
 }

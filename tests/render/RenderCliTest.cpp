@@ -109,7 +109,7 @@ TEST_F(RenderCliTest, DumpedSceneMatchesHandComputedValues)
     EXPECT_EQ(entries[1].toObject()["blendMode"].toInt(), 0);
 }
 
-TEST_F(RenderCliTest, BadInputGivesOneLineAndFailure)
+TEST_F(RenderCliTest, BadInputGivesOneLineAndFailureAndHelpListsEveryOption)
 {
     const QString project = projectFile();
     const QString png = QDir(dir.path()).filePath("frame.png");
@@ -136,12 +136,9 @@ TEST_F(RenderCliTest, BadInputGivesOneLineAndFailure)
         EXPECT_TRUE(lines.first().startsWith("orvel-render: ")) << result.err.constData();
     }
     EXPECT_FALSE(QFile::exists(png));
-}
 
-TEST_F(RenderCliTest, HelpListsEveryOption)
-{
-    const CliResult result = runCli({"--help"});
-    EXPECT_EQ(result.exitCode, 0);
+    const CliResult help = runCli({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
     for (const char *option : {"--dump-scene", "--frame", "--out", "--scale", "--verbose", "--help"})
-        EXPECT_TRUE(result.out.contains(option)) << option;
+        EXPECT_TRUE(help.out.contains(option)) << option;
 }

@@ -58,7 +58,7 @@ QList<QImage> threeFrames()
 
 } // namespace
 
-TEST_F(TimeEchoTest, DecayZeroShowsTheOldestUnderTheNewest)
+TEST_F(TimeEchoTest, BlendAtDecayZeroAndInAddModeOnBothPaths)
 {
     // pow(0, 1) is 0: the middle frame vanishes; the newest, at full weight, covers half. The
     // frame of another size is left out.
@@ -75,17 +75,14 @@ TEST_F(TimeEchoTest, DecayZeroShowsTheOldestUnderTheNewest)
     const double g = 200 * 0.5 / 255.0, bl = 200 * 0.5 / 255.0;
     EXPECT_TRUE(pixelNear(cpuHalf, 3, 2, {200 / 255.0 * a, g * (1 - a), bl * (1 - a)}, 3));
     EXPECT_TRUE(blendEchoFrames({}, 0.5, 0).isNull());
-}
 
-TEST_F(TimeEchoTest, AddModeWeighsOnlyCoverageOnTheGpuAndEverythingOnTheCpu)
-{
+    // Added, the GPU weighs only coverage and the CPU weighs everything.
     const QList<QImage> frames{solidImage(4, 4, QColor(40, 0, 0)), solidImage(4, 4, QColor(40, 0, 0)),
                                solidImage(4, 4, QColor(40, 0, 0))};
-    const QImage gpu = GpuEffectExecutor::instance().blendTimeEcho(frames, 0.5, 1);
-    EXPECT_TRUE(pixelNear(gpu, 1, 1, {120 / 255.0, 0.0, 0.0}, 1));
+    EXPECT_TRUE(
+        pixelNear(GpuEffectExecutor::instance().blendTimeEcho(frames, 0.5, 1), 1, 1, {120 / 255.0, 0, 0}, 1));
     // QPainter's plus: 40 + 0.5 * 40 + 1 * 40.
-    const QImage cpu = blendEchoFramesOnCpu(frames, 0.5, 1);
-    EXPECT_TRUE(pixelNear(cpu, 1, 1, {100 / 255.0, 0.0, 0.0}, 2));
+    EXPECT_TRUE(pixelNear(blendEchoFramesOnCpu(frames, 0.5, 1), 1, 1, {100 / 255.0, 0.0, 0.0}, 2));
 }
 
 TEST_F(TimeEchoTest, HistoryLengthFollowsFramesClampedAndTheLimit)
