@@ -4,6 +4,8 @@
 #include <QProcess>
 #include <QSet>
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 using namespace orvel;
@@ -35,7 +37,7 @@ QSet<QString> cliEncoders()
 
 } // namespace
 
-TEST(ExportSizes, EvenDimensionsKeepTheShape)
+TEST(ExportSizes, EvenDimensionsKeepTheShapeAndScaleOptionsOnlyDownscale)
 {
     EXPECT_EQ(exportOutputSize(1920, 1080, 720), QSize(1280, 720));
     EXPECT_EQ(exportOutputSize(1000, 563, 0), QSize(1000, 562));
@@ -43,10 +45,8 @@ TEST(ExportSizes, EvenDimensionsKeepTheShape)
     // 853.33 rounds to 853, whose lowest bit is cleared.
     EXPECT_EQ(exportOutputSize(1280, 720, 480), QSize(852, 480));
     EXPECT_EQ(exportOutputSize(1, 1, 1), QSize(2, 2));
-}
 
-TEST(ExportSizes, ScaleOptionsOnlyDownscale)
-{
+    // The scale options only ever downscale.
     const QVariantList full = exportScaleOptionMaps(1920, 1080);
     EXPECT_EQ(labelsOf(full, "id"), (QStringList{"source", "720p", "480p"}));
     EXPECT_EQ(full[0].toMap().value("label").toString(), QStringLiteral("Same as project · 1920×1080"));
@@ -101,16 +101,16 @@ TEST(ExportCodecs, ListsOrderAndAvailability)
     EXPECT_EQ(video[2].toMap().value("presets").toList().size(), 9); // vp9: "0" to "8"
 }
 
-TEST(ExportSettingsMap, MissingKeysKeepDefaults)
+TEST(ExportSettingsMap, RoundTripsEveryFieldAndMissingKeysKeepDefaults)
 {
-    const ExportSettings s = exportSettingsFromMap({{"crf", "30"}, {"audioCodecId", "flac"}});
-    EXPECT_EQ(s.crf, 30);
-    EXPECT_EQ(s.audioCodecId, "flac");
-    EXPECT_EQ(s.videoCodecId, "h264");
-    EXPECT_EQ(s.videoBitrateKbps, 12000);
-    EXPECT_EQ(s.videoPreset, "medium");
-    const QVariantMap defaults = exportSettingsToMap(ExportSettings{});
-    EXPECT_EQ(defaults.size(), 8);
-    EXPECT_EQ(defaults.value("audioBitrateKbps").toInt(), 192);
-    EXPECT_EQ(defaults.value("rateControl").toString(), "crf");
+    const auto fields = [](const ExportSettings &s) {
+        return std::tie(s.targetHeight, s.videoCodecId, s.rateControl, s.crf, s.videoBitrateKbps,
+                        s.videoPreset, s.audioCodecId, s.audioBitrateKbps);
+    };
+    const ExportSettings custom{480, "vp9", "bitrate", 31, 2500, "4", "opus", 96};
+    EXPECT_EQ(fields(exportSettingsFromMap(exportSettingsToMap(custom))), fields(custom));
+    ExportSettings expected;
+    expected.crf = 30;
+    expected.audioCodecId = "flac";
+    EXPECT_EQ(fields(exportSettingsFromMap({{"crf", "30"}, {"audioCodecId", "flac"}})), fields(expected));
 }
