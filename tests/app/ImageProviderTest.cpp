@@ -35,101 +35,63 @@ QString encodedId(const QString &path, const QString &query = QString())
 
 } // namespace
 
-TEST(StripCells, CutsTheRequestedCellAndClampsPastTheEnd)
+TEST(StripCells, ClampsTheFrameAndKeepsTheWholeImageWhenNoCutApplies)
 {
     const QImage strip = makeStrip(20, 8, 8);
-    const QImage third = cutStripCell(strip, 2, 8);
-    EXPECT_EQ(third.size(), QSize(20, 8));
-    EXPECT_EQ(cellGrey(third), 30);
-    EXPECT_EQ(cellGrey(cutStripCell(strip, 8, 8)), 80);   // frame == count: last cell
-    EXPECT_EQ(cellGrey(cutStripCell(strip, 500, 8)), 80); // far beyond: still the last
-    EXPECT_EQ(cellGrey(cutStripCell(strip, 0, 8)), 10);
-    EXPECT_EQ(cellGrey(cutStripCell(strip, -1, 8)), 10); // before the start: the first
-    EXPECT_EQ(cellGrey(cutStripCell(strip, -500, 8)), 10);
-}
-
-TEST(StripCells, ReturnsWholeImageWhenNoCutApplies)
-{
-    const QImage strip = makeStrip(20, 8, 8);
-    EXPECT_EQ(cutStripCell(strip, 3, 0).size(), strip.size());   // frame without count
-    const QImage narrow = makeStrip(1, 4, 5);                    // 5 px wide
-    EXPECT_EQ(cutStripCell(narrow, 1, 6).size(), narrow.size()); // narrower than count
+    // Frame number and the grey of the cell it gives: past the end the last, before the start the first.
+    for (const auto &[frame, grey] : {std::pair{2, 30}, {8, 80}, {500, 80}, {0, 10}, {-1, 10}, {-500, 10}}) {
+        SCOPED_TRACE(frame);
+        const QImage cell = cutStripCell(strip, frame, 8);
+        EXPECT_EQ(cell.size(), QSize(20, 8));
+        EXPECT_EQ(cellGrey(cell), grey);
+    }
+    EXPECT_EQ(cutStripCell(strip, 3, 0).size(), strip.size());             // frame without count
+    EXPECT_EQ(cutStripCell(makeStrip(1, 4, 5), 1, 6).size(), QSize(5, 4)); // narrower than count
     // Integer division: a 163 px strip of 8 cells gives 20 px cells.
     EXPECT_EQ(cutStripCell(QImage(163, 4, QImage::Format_RGB32), 7, 8).width(), 20);
 }
 
-TEST(OrvelImages, LoadsFilesCutsStripsAndScalesByExpanding)
+TEST(OrvelImages, LoadsCutsScalesAndPremultipliesFilesAndResources)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("strip with space.png"));
     ASSERT_TRUE(makeStrip(40, 20, 4).save(path));
     OrvelImageProvider provider;
+    const auto request = [&](const QString &id, QSize *size, QSize requested = QSize()) {
+        return provider.requestImage(id, size, requested);
+    };
 
     QSize size;
-    QImage whole = provider.requestImage(encodedId(path), &size, QSize());
+    EXPECT_EQ(request(encodedId(path), &size).size(), QSize(160, 20));
     EXPECT_EQ(size, QSize(160, 20));
-    EXPECT_EQ(whole.size(), QSize(160, 20));
-
-    QImage cell = provider.requestImage(encodedId(path, QStringLiteral("?frame=1&count=4")), &size, QSize());
+    EXPECT_EQ(cellGrey(request(encodedId(path, QStringLiteral("?frame=1&count=4")), &size)), 20);
     EXPECT_EQ(size, QSize(40, 20));
-    EXPECT_EQ(cellGrey(cell), 20);
+    // A count without a frame is the whole image; a negative frame is the first cell, not the strip.
+    EXPECT_EQ(request(encodedId(path, QStringLiteral("?count=4")), &size).size(), QSize(160, 20));
+    EXPECT_EQ(cellGrey(request(encodedId(path, QStringLiteral("?frame=-3&count=4")), &size)), 10);
 
-    // frame without count, or count without frame: the whole image
-    EXPECT_EQ(provider.requestImage(encodedId(path, QStringLiteral("?frame=2")), &size, QSize()).size(),
-              QSize(160, 20));
-    EXPECT_EQ(provider.requestImage(encodedId(path, QStringLiteral("?count=4")), &size, QSize()).size(),
-              QSize(160, 20));
-    // A negative frame is the first cell, not the whole strip.
-    EXPECT_EQ(
-        cellGrey(provider.requestImage(encodedId(path, QStringLiteral("?frame=-3&count=4")), &size, QSize())),
-        10);
-
-    // Expanding keeps the aspect and covers the requested box.
-    cell = provider.requestImage(encodedId(path, QStringLiteral("?frame=3&count=4")), &size, QSize(20, 20));
+    // Expanding keeps the aspect and covers the requested box; one side zero is no scale request.
+    EXPECT_EQ(cellGrey(request(encodedId(path, QStringLiteral("?frame=3&count=4")), &size, QSize(20, 20))),
+              40);
     EXPECT_EQ(size, QSize(40, 20));
-    EXPECT_EQ(cellGrey(cell), 40);
-    // A request with one side zero is not a valid scale request.
-    EXPECT_EQ(provider.requestImage(encodedId(path), &size, QSize(0, 50)).size(), QSize(160, 20));
-}
+    EXPECT_EQ(request(encodedId(path), &size, QSize(0, 50)).size(), QSize(160, 20));
 
-TEST(OrvelImages, MissingEmptyAndResourcePaths)
-{
-    OrvelImageProvider provider;
-    QSize size(-5, -5);
-    EXPECT_TRUE(provider.requestImage(QString(), &size, QSize()).isNull());
-    EXPECT_TRUE(
-        provider.requestImage(encodedId(QStringLiteral("/no/such/file.png")), &size, QSize()).isNull());
-    EXPECT_TRUE(size.isEmpty());
-
-    QTemporaryDir dir;
-    const QString notAnImage = dir.filePath(QStringLiteral("text.png"));
-    QFile file(notAnImage);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("not an image");
-    file.close();
-    EXPECT_TRUE(provider.requestImage(encodedId(notAnImage), &size, QSize()).isNull());
-
-    // Resources load both as "qrc:" and ":/" paths (the application icon is compiled in).
-    EXPECT_FALSE(
-        provider.requestImage(encodedId(QStringLiteral(":/app/orvel.png")), &size, QSize()).isNull());
-    EXPECT_FALSE(
-        provider.requestImage(encodedId(QStringLiteral("qrc:/app/orvel.png")), &size, QSize()).isNull());
-}
-
-TEST(OrvelImages, AlphaImagesArePremultiplied)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("alpha.png"));
+    const QString alphaPath = dir.filePath(QStringLiteral("alpha.png"));
     QImage alpha(8, 8, QImage::Format_ARGB32);
     alpha.fill(QColor(255, 0, 0, 128));
-    ASSERT_TRUE(alpha.save(path));
-    OrvelImageProvider provider;
-    QSize size;
-    EXPECT_EQ(provider.requestImage(encodedId(path), &size, QSize()).format(),
-              QImage::Format_ARGB32_Premultiplied);
+    ASSERT_TRUE(alpha.save(alphaPath));
+    EXPECT_EQ(request(encodedId(alphaPath), &size).format(), QImage::Format_ARGB32_Premultiplied);
+
+    // Resources load both as "qrc:" and ":/" paths (the application icon is compiled in).
+    EXPECT_FALSE(request(encodedId(QStringLiteral(":/app/orvel.png")), &size).isNull());
+    EXPECT_FALSE(request(encodedId(QStringLiteral("qrc:/app/orvel.png")), &size).isNull());
+    size = QSize(-5, -5);
+    EXPECT_TRUE(request(QString(), &size).isNull());
+    EXPECT_TRUE(request(encodedId(QStringLiteral("/no/such/file.png")), &size).isNull());
+    EXPECT_TRUE(size.isEmpty());
 }
 
-TEST(SharedImageProviders, SegmentAnswersFrameAndMaskOnly)
+TEST(SharedImageProviders, SegmentClipPreviewAndTextPresetAnswers)
 {
     QImage frame(64, 32, QImage::Format_RGB32);
     frame.fill(Qt::blue);
@@ -137,36 +99,30 @@ TEST(SharedImageProviders, SegmentAnswersFrameAndMaskOnly)
     mask.fill(200);
     orvel::setSegmentFrameImage(frame);
     orvel::setSegmentMaskImage(mask);
-    SegmentImageProvider provider;
+    SegmentImageProvider segment;
     QSize size;
-    EXPECT_EQ(provider.requestImage(QStringLiteral("frame?rev=3"), &size, QSize()).pixelColor(1, 1),
+    EXPECT_EQ(segment.requestImage(QStringLiteral("frame?rev=3"), &size, QSize()).pixelColor(1, 1),
               QColor(Qt::blue));
-    EXPECT_EQ(provider.requestImage(QStringLiteral("mask?rev=4"), &size, QSize()).format(),
+    EXPECT_EQ(segment.requestImage(QStringLiteral("mask?rev=4"), &size, QSize()).format(),
               QImage::Format_Grayscale8);
-    EXPECT_TRUE(provider.requestImage(QStringLiteral("other"), &size, QSize()).isNull());
+    EXPECT_TRUE(segment.requestImage(QStringLiteral("other"), &size, QSize()).isNull());
     // Scaling keeps the aspect inside the requested box.
-    provider.requestImage(QStringLiteral("frame"), &size, QSize(32, 32));
+    segment.requestImage(QStringLiteral("frame"), &size, QSize(32, 32));
     EXPECT_EQ(size, QSize(32, 16));
-}
 
-TEST(SharedImageProviders, ClipPreviewAnswersAnyIdAndResets)
-{
-    QImage frame(100, 50, QImage::Format_RGB32);
-    frame.fill(Qt::green);
-    orvel::setClipPreviewImage(frame);
-    ClipPreviewImageProvider provider;
-    QSize size;
-    EXPECT_EQ(provider.requestImage(QStringLiteral("frame?rev=9"), &size, QSize(50, 50)).size(),
+    // The clip preview answers any id, and nothing once reset.
+    QImage picture(100, 50, QImage::Format_RGB32);
+    picture.fill(Qt::green);
+    orvel::setClipPreviewImage(picture);
+    ClipPreviewImageProvider preview;
+    EXPECT_EQ(preview.requestImage(QStringLiteral("frame?rev=9"), &size, QSize(50, 50)).size(),
               QSize(50, 25));
-    EXPECT_EQ(provider.requestImage(QStringLiteral("anything"), &size, QSize()).size(), QSize(100, 50));
+    EXPECT_EQ(preview.requestImage(QStringLiteral("anything"), &size, QSize()).size(), QSize(100, 50));
     orvel::resetClipPreviewImage();
-    EXPECT_TRUE(provider.requestImage(QStringLiteral("frame"), &size, QSize()).isNull());
-}
+    EXPECT_TRUE(preview.requestImage(QStringLiteral("frame"), &size, QSize()).isNull());
 
-TEST(SharedImageProviders, UnknownTextPresetGivesNullImageAndInvalidSize)
-{
-    TextStylePreviewImageProvider provider;
-    QSize size(10, 10);
-    EXPECT_TRUE(provider.requestImage(QStringLiteral("unknown"), &size, QSize(240, 108)).isNull());
+    TextStylePreviewImageProvider text;
+    size = QSize(10, 10);
+    EXPECT_TRUE(text.requestImage(QStringLiteral("unknown"), &size, QSize(240, 108)).isNull());
     EXPECT_FALSE(size.isValid());
 }

@@ -100,37 +100,32 @@ protected:
     static inline QObject *helper = nullptr;
 };
 
-TEST_F(ShellTest, ImportingTwoFilesFillsTheGridWithProbedRows)
+TEST_F(ShellTest, MediaLibraryImportsSearchesAndRemovesWithItsClipsUntilUndo)
 {
     QObject *grid = find("mediaLibrary");
     ASSERT_TRUE(grid);
     importThroughPanel(
         {testmedia::path(QStringLiteral("av.mp4")), testmedia::path(QStringLiteral("still.png"))});
     ASSERT_EQ(library->count(), 2);
+    const auto rows = [grid] { return grid->property("rows").toList(); };
     // The grid catches up with the library after the event loop has run.
-    ASSERT_TRUE(waitFor([grid] {
-        const QVariantList rows = grid->property("rows").toList();
-        return rows.size() == 2 && std::none_of(rows.begin(), rows.end(), [](const QVariant &row) {
+    ASSERT_TRUE(waitFor([&] {
+        const QVariantList probed = rows();
+        return probed.size() == 2 && std::none_of(probed.begin(), probed.end(), [](const QVariant &row) {
                    return row.toMap().value(QStringLiteral("provisional")).toBool();
                });
     }));
-    const QVariantList rows = grid->property("rows").toList();
-    EXPECT_EQ(rows[0].toMap().value(QStringLiteral("kind")).toString(), QStringLiteral("video"));
-    EXPECT_EQ(rows[0].toMap().value(QStringLiteral("duration")).toString(), QStringLiteral("00:01"));
-    EXPECT_EQ(rows[1].toMap().value(QStringLiteral("kind")).toString(), QStringLiteral("image"));
+    EXPECT_EQ(rows()[0].toMap().value(QStringLiteral("kind")).toString(), QStringLiteral("video"));
+    EXPECT_EQ(rows()[0].toMap().value(QStringLiteral("duration")).toString(), QStringLiteral("00:01"));
+    EXPECT_EQ(rows()[1].toMap().value(QStringLiteral("kind")).toString(), QStringLiteral("image"));
 
     // The search field narrows the grid by name.
     grid->setProperty("searchText", QStringLiteral("STILL"));
-    ASSERT_EQ(grid->property("rows").toList().size(), 1);
-    EXPECT_EQ(grid->property("rows").toList()[0].toMap().value(QStringLiteral("name")).toString(),
-              QStringLiteral("still.png"));
+    ASSERT_EQ(rows().size(), 1);
+    EXPECT_EQ(rows()[0].toMap().value(QStringLiteral("name")).toString(), QStringLiteral("still.png"));
     grid->setProperty("searchText", QString());
-}
 
-TEST_F(ShellTest, RemovingMediaTakesItsClipsAlongAndUndoBringsBothBack)
-{
-    QObject *grid = find("mediaLibrary");
-    importThroughPanel({testmedia::path(QStringLiteral("av.mp4"))});
+    // Removing the video takes its clips along; undo brings both back.
     editor->addClipFromAsset(0);
     const auto clipCount = [] {
         int clips = 0;
@@ -139,16 +134,14 @@ TEST_F(ShellTest, RemovingMediaTakesItsClipsAlongAndUndoBringsBothBack)
         return clips;
     };
     ASSERT_GE(clipCount(), 1);
-
     QMetaObject::invokeMethod(grid, "removeAsset", Q_ARG(QVariant, 0));
-    EXPECT_EQ(library->count(), 0);
-    EXPECT_EQ(clipCount(), 0);
-    EXPECT_TRUE(waitFor([grid] { return grid->property("rows").toList().isEmpty(); }));
-
-    editor->undo();
     EXPECT_EQ(library->count(), 1);
+    EXPECT_EQ(clipCount(), 0);
+    EXPECT_TRUE(waitFor([&] { return rows().size() == 1; }));
+    editor->undo();
+    EXPECT_EQ(library->count(), 2);
     EXPECT_GE(clipCount(), 1);
-    EXPECT_TRUE(waitFor([grid] { return grid->property("rows").toList().size() == 1; }));
+    EXPECT_TRUE(waitFor([&] { return rows().size() == 2; }));
 }
 
 TEST_F(ShellTest, UnsavedChangesKeepTheWindowOpenOnCancelAndOnAFailedSave)
@@ -187,7 +180,7 @@ TEST_F(ShellTest, UnsavedChangesKeepTheWindowOpenOnCancelAndOnAFailedSave)
     window->show();
 }
 
-TEST_F(ShellTest, ToastHostKeepsFourAndErrorsOutliveTimedToasts)
+TEST_F(ShellTest, ToastHostKeepsFourErrorsOutliveTimedToastsAndMessagesAreRouted)
 {
     for (const char *text : {"one", "two", "three", "four", "five"})
         call(helper, "post", {QStringLiteral("info"), QString::fromLatin1(text), QVariant()});
@@ -200,10 +193,9 @@ TEST_F(ShellTest, ToastHostKeepsFourAndErrorsOutliveTimedToasts)
     ASSERT_TRUE(waitFor([] { return visibleToasts() == 2; }));
     EXPECT_TRUE(waitFor([] { return visibleToasts() == 1; }));
     EXPECT_EQ(call(helper, "severities").toStringList(), QStringList{QStringLiteral("error")});
-}
 
-TEST_F(ShellTest, StatusMessagesBecomeToastsOfTheRightSeverity)
-{
+    // Status messages become toasts of the right severity; an empty one none.
+    call(helper, "clearToasts");
     QObject *router = find("toastRouter");
     ASSERT_TRUE(router);
     for (const char *message : {"Could not write subtitle file", "Clip moved", "Access DENIED", ""})
@@ -215,7 +207,7 @@ TEST_F(ShellTest, StatusMessagesBecomeToastsOfTheRightSeverity)
 // At the start size and at full HD, in both schemes, the panels sit side by side without
 // overlapping and none is squeezed under its minimum. With ORVEL_SHELL_SCREENSHOTS set to a
 // folder the frames are saved there for a person to look at.
-TEST_F(ShellTest, PanelsFitWithoutOverlapAtBothSizesAndSchemes)
+TEST_F(ShellTest, PanelsFitAtBothSizesAndSchemesFullscreenRestoresAndDialogsSetTheCanvas)
 {
     for (const char *type : {"video", "video", "audio", "text"})
         editor->addTrack(QString::fromLatin1(type));
@@ -257,10 +249,8 @@ TEST_F(ShellTest, PanelsFitWithoutOverlapAtBothSizesAndSchemes)
             EXPECT_GE(timeline.height(), 140);
         }
     }
-}
 
-TEST_F(ShellTest, PreviewFullscreenHidesTheRestAndRestoresTheWindow)
-{
+    // Preview fullscreen hides the rest and restores the window.
     window->resize(1280, 800);
     const QWindow::Visibility before = window->visibility();
     QMetaObject::invokeMethod(window, "togglePreviewFullscreen");
@@ -274,12 +264,11 @@ TEST_F(ShellTest, PreviewFullscreenHidesTheRestAndRestoresTheWindow)
     EXPECT_TRUE(find<QQuickItem>("editorHeader")->isVisible());
     EXPECT_TRUE(find<QQuickItem>("timelinePanel")->isVisible());
     EXPECT_TRUE(waitFor([before] { return window->visibility() == before; }));
-}
 
-// The two size questions: the layout chooser's platform templates and the setup dialog that
-// the first visual clip raises, each ending in the project's canvas.
-TEST_F(ShellTest, LayoutAndSetupDialogsSetTheCanvas)
-{
+    // The two size questions: the layout chooser's platform templates and the setup dialog that
+    // the first visual clip raises, each ending in the project's canvas.
+    editor->newProject();
+    ASSERT_FALSE(editor->projectLayoutChosen());
     QObject *chooser = find("layoutChooserDialog");
     QMetaObject::invokeMethod(chooser, "openFirstLaunch");
     QMetaObject::invokeMethod(chooser, "chooseCategory", Q_ARG(QVariant, QStringLiteral("instagram")));

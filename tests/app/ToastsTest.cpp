@@ -1,4 +1,4 @@
-// The Toasts queue and Theme tokens, driven through a QML engine as components use them.
+// The Toasts queue and the themed controls, driven through a QML engine as components use them.
 #include <QColor>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -11,96 +11,68 @@
 
 Q_IMPORT_QML_PLUGIN(OrvelPlugin)
 
-class ToastsTest : public testing::Test
+TEST(Toasts, RefusesEmptyCountsRepeatsTimesOutBySeverityAndKeepsTheNewestFour)
 {
-protected:
-    void SetUp() override
-    {
-        engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-        QQmlComponent component(&engine);
-        component.setData("import QtQml\nimport Orvel\nQtObject {\n"
-                          "  function post(s, m, t) { return Toasts.post(s, m, t) }\n"
-                          "  function count() { return Toasts.model.count }\n"
-                          "  function field(i, name) { return Toasts.model.get(i)[name] }\n"
-                          "  function dismiss(id) { Toasts.dismiss(id) }\n"
-                          "  function clear() { Toasts.clear() }\n"
-                          "  function theme(name) { return Theme[name] }\n"
-                          "}\n",
-                          QUrl());
-        root.reset(component.create());
-        ASSERT_TRUE(root) << qPrintable(component.errorString());
-        call("clear");
-    }
-
-    QVariant call(const char *method, QVariantList args = {})
-    {
+    QQmlEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    QQmlComponent component(&engine);
+    component.setData("import QtQml\nimport Orvel\nQtObject {\n"
+                      "  function post(s, m, t) { return Toasts.post(s, m, t) }\n"
+                      "  function count() { return Toasts.model.count }\n"
+                      "  function field(i, name) { return Toasts.model.get(i)[name] }\n"
+                      "  function dismiss(id) { Toasts.dismiss(id) }\n"
+                      "  function clear() { Toasts.clear() }\n"
+                      "}\n",
+                      QUrl());
+    std::unique_ptr<QObject> root(component.create());
+    ASSERT_TRUE(root) << qPrintable(component.errorString());
+    const auto call = [&](const char *method, QVariantList args = {}) {
         QVariant result;
         QGenericArgument a[3];
         for (int i = 0; i < args.size() && i < 3; ++i)
             a[i] = Q_ARG(QVariant, args[i]);
         QMetaObject::invokeMethod(root.get(), method, Q_RETURN_ARG(QVariant, result), a[0], a[1], a[2]);
         return result;
-    }
-    int post(const QString &severity, const QString &message, const QVariant &timeout = QVariant())
-    {
+    };
+    const auto post = [&](const QString &severity, const QString &message, const QVariant &timeout = {}) {
         return call("post", {severity, message, timeout}).toInt();
-    }
-    int count() { return call("count").toInt(); }
-    QVariant field(int index, const QString &name) { return call("field", {index, name}); }
+    };
+    const auto count = [&] { return call("count").toInt(); };
+    const auto field = [&](int index, const char *name) { return call("field", {index, QString(name)}); };
 
-    QQmlEngine engine;
-    std::unique_ptr<QObject> root;
-};
-
-TEST_F(ToastsTest, EmptyMessageIsRefused)
-{
-    EXPECT_EQ(post(QStringLiteral("info"), QString()), -1);
+    EXPECT_EQ(post("info", QString()), -1);
     EXPECT_EQ(count(), 0);
-}
 
-TEST_F(ToastsTest, RepeatOfTheNewestCountsInsteadOfStacking)
-{
-    const int first = post(QStringLiteral("warning"), QStringLiteral("Move the playhead onto a keyframe"));
-    const int again = post(QStringLiteral("warning"), QStringLiteral("Move the playhead onto a keyframe"));
-    EXPECT_EQ(first, again);
+    // A repeat of the newest counts instead of stacking; the same text at another severity is new.
+    const QString hint = QStringLiteral("Move the playhead onto a keyframe");
+    const int first = post("warning", hint);
+    EXPECT_EQ(post("warning", hint), first);
     EXPECT_EQ(count(), 1);
-    EXPECT_EQ(field(0, QStringLiteral("repeats")).toInt(), 2);
-    // Same text but another severity is a new toast.
-    EXPECT_NE(post(QStringLiteral("info"), QStringLiteral("Move the playhead onto a keyframe")), first);
+    EXPECT_EQ(field(0, "repeats").toInt(), 2);
+    EXPECT_NE(post("info", hint), first);
     EXPECT_EQ(count(), 2);
-}
 
-TEST_F(ToastsTest, TimeoutsDefaultByseverityAndErrorsStay)
-{
-    post(QStringLiteral("info"), QStringLiteral("Clip moved"));
-    post(QStringLiteral("error"), QStringLiteral("Could not write subtitle file"));
-    post(QStringLiteral("success"), QStringLiteral("Saved"), 1200);
-    EXPECT_EQ(field(0, QStringLiteral("timeout")).toInt(), 5000);
-    EXPECT_EQ(field(1, QStringLiteral("timeout")).toInt(), 0);
-    EXPECT_EQ(field(2, QStringLiteral("timeout")).toInt(), 1200);
-}
+    call("clear");
+    post("info", "Clip moved");
+    post("error", "Could not write subtitle file");
+    post("success", "Saved", 1200);
+    EXPECT_EQ(field(0, "timeout").toInt(), 5000);
+    EXPECT_EQ(field(1, "timeout").toInt(), 0); // errors stay until dismissed
+    EXPECT_EQ(field(2, "timeout").toInt(), 1200);
 
-TEST_F(ToastsTest, FifthToastDropsTheOldestAndDismissRemovesById)
-{
-    const int oldest = post(QStringLiteral("info"), QStringLiteral("one"));
-    post(QStringLiteral("info"), QStringLiteral("two"));
-    const int third = post(QStringLiteral("info"), QStringLiteral("three"));
-    post(QStringLiteral("info"), QStringLiteral("four"));
-    post(QStringLiteral("info"), QStringLiteral("five"));
+    // A fifth toast drops the oldest; dismiss removes by id.
+    call("clear");
+    const int oldest = post("info", "one");
+    post("info", "two");
+    const int third = post("info", "three");
+    post("info", "four");
+    post("info", "five");
     EXPECT_EQ(count(), 4);
-    EXPECT_EQ(field(0, QStringLiteral("message")).toString(), QStringLiteral("two"));
-    EXPECT_NE(field(0, QStringLiteral("toastId")).toInt(), oldest);
+    EXPECT_EQ(field(0, "message").toString(), "two");
+    EXPECT_NE(field(0, "toastId").toInt(), oldest);
     call("dismiss", {third});
     EXPECT_EQ(count(), 3);
-    EXPECT_EQ(field(1, QStringLiteral("message")).toString(), QStringLiteral("four"));
-}
-
-TEST_F(ToastsTest, ThemeTokensAreAvailableToComponents)
-{
-    EXPECT_EQ(call("theme", {QStringLiteral("windowMinimumWidth")}).toInt(), 900);
-    EXPECT_EQ(call("theme", {QStringLiteral("windowMinimumHeight")}).toInt(), 560);
-    EXPECT_DOUBLE_EQ(call("theme", {QStringLiteral("headerHeight")}).toDouble(), 54.4);
-    EXPECT_EQ(call("theme", {QStringLiteral("primary")}).value<QColor>(), QColor(QStringLiteral("#F8B81C")));
+    EXPECT_EQ(field(1, "message").toString(), "four");
 }
 
 // Every themed control must load (a typo in a binding only shows at load time) and follow a
@@ -114,24 +86,20 @@ TEST(ThemedControls, AllLoadAndFollowTheScheme)
         for (const QQmlError &error : list)
             warnings << error.toString();
     });
-    const QStringList names = {QStringLiteral("ThemedButton"),        QStringLiteral("ThemedCheckBox"),
-                               QStringLiteral("ThemedChip"),          QStringLiteral("ThemedComboBox"),
-                               QStringLiteral("ThemedContextMenu"),   QStringLiteral("ThemedDialog"),
-                               QStringLiteral("ThemedLabel"),         QStringLiteral("ThemedMenuItem"),
-                               QStringLiteral("ThemedMenuSeparator"), QStringLiteral("ThemedNumberField"),
-                               QStringLiteral("ThemedProgressBar"),   QStringLiteral("ThemedSlider"),
-                               QStringLiteral("ThemedSwitch"),        QStringLiteral("ThemedTextArea"),
-                               QStringLiteral("ThemedTextField"),     QStringLiteral("ThemedToggleButton"),
-                               QStringLiteral("ThemedToolTip"),       QStringLiteral("IconButton"),
-                               QStringLiteral("IconGlyph"),           QStringLiteral("PanelFrame"),
-                               QStringLiteral("EmptyState"),          QStringLiteral("SkeletonBox"),
-                               QStringLiteral("AppScrollBar")};
-    for (const QString &name : names) {
+    for (const char *name :
+         {"ThemedButton",        "ThemedCheckBox",    "ThemedChip",        "ThemedComboBox",
+          "ThemedContextMenu",   "ThemedDialog",      "ThemedLabel",       "ThemedMenuItem",
+          "ThemedMenuSeparator", "ThemedNumberField", "ThemedProgressBar", "ThemedSlider",
+          "ThemedSwitch",        "ThemedTextArea",    "ThemedTextField",   "ThemedToggleButton",
+          "ThemedToolTip",       "IconButton",        "IconGlyph",         "PanelFrame",
+          "EmptyState",          "SkeletonBox",       "AppScrollBar"}) {
         QQmlComponent component(&engine);
-        component.setData(QStringLiteral("import QtQuick\nimport Orvel\nItem { %1 {} }\n").arg(name).toUtf8(),
+        component.setData(QStringLiteral("import QtQuick\nimport Orvel\nItem { %1 {} }\n")
+                              .arg(QString::fromLatin1(name))
+                              .toUtf8(),
                           QUrl());
         std::unique_ptr<QObject> item(component.create());
-        EXPECT_TRUE(item) << qPrintable(name) << ": " << qPrintable(component.errorString());
+        EXPECT_TRUE(item) << name << ": " << qPrintable(component.errorString());
     }
 
     QQmlComponent label(&engine);

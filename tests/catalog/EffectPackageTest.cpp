@@ -38,7 +38,7 @@ QByteArray gpuWith(const char *pipeline)
 
 } // namespace
 
-TEST(EffectPackageTest, EveryFailureOfThePackageItselfHasItsMessage)
+TEST(EffectPackageTest, EveryFailureOfThePackageAndItsPipelineHasItsMessage)
 {
     const FailureCase cases[] = {
         {"", "empty effect.json"},
@@ -65,11 +65,9 @@ TEST(EffectPackageTest, EveryFailureOfThePackageItselfHasItsMessage)
     QString error;
     orvel::parseEffectPackage(missing.path(), &error);
     EXPECT_EQ(error, "cannot open " + missing.path() + "/effect.json");
-}
 
-TEST(EffectPackageTest, EveryFailureOfThePipelineHasItsMessage)
-{
-    const FailureCase cases[] = {
+    // The pipeline's own failures, inside an otherwise good GPU package.
+    const FailureCase pipelineCases[] = {
         {R"({"intermediateBuffers":[{"scale":0.5}],"passes":[{"fragmentShader":"a.glsl"}]})",
          "intermediate buffer missing id"},
         {R"({"intermediateBuffers":[{"id":"b","scale":0}],"passes":[{"fragmentShader":"a.glsl"}]})",
@@ -103,7 +101,7 @@ TEST(EffectPackageTest, EveryFailureOfThePipelineHasItsMessage)
         {R"({"passes":[{"fragmentShader":"a.glsl","output":{"type":"buffer","id":"q"}}]})",
          "pass output references unknown buffer 'q'"},
     };
-    for (const FailureCase &c : cases)
+    for (const FailureCase &c : pipelineCases)
         EXPECT_EQ(parseFailure(gpuWith(c.json)), QString::fromUtf8(c.expected)) << c.json;
 }
 

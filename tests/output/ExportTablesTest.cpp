@@ -1,6 +1,8 @@
 // The codec tables, sizes, containers and settings maps that the export dialog is built from.
 #include "output/ExportSettings.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QSet>
 
@@ -33,9 +35,15 @@ QSet<QString> cliEncoders()
     return names;
 }
 
+// A settings map as compact JSON, so that a failed comparison shows the keys and values.
+std::string json(const QVariantMap &map)
+{
+    return QJsonDocument(QJsonObject::fromVariantMap(map)).toJson(QJsonDocument::Compact).toStdString();
+}
+
 } // namespace
 
-TEST(ExportSizes, EvenDimensionsKeepTheShape)
+TEST(ExportSizes, EvenDimensionsKeepTheShapeAndScaleOptionsOnlyDownscale)
 {
     EXPECT_EQ(exportOutputSize(1920, 1080, 720), QSize(1280, 720));
     EXPECT_EQ(exportOutputSize(1000, 563, 0), QSize(1000, 562));
@@ -43,10 +51,8 @@ TEST(ExportSizes, EvenDimensionsKeepTheShape)
     // 853.33 rounds to 853, whose lowest bit is cleared.
     EXPECT_EQ(exportOutputSize(1280, 720, 480), QSize(852, 480));
     EXPECT_EQ(exportOutputSize(1, 1, 1), QSize(2, 2));
-}
 
-TEST(ExportSizes, ScaleOptionsOnlyDownscale)
-{
+    // The scale options only ever downscale.
     const QVariantList full = exportScaleOptionMaps(1920, 1080);
     EXPECT_EQ(labelsOf(full, "id"), (QStringList{"source", "720p", "480p"}));
     EXPECT_EQ(full[0].toMap().value("label").toString(), QStringLiteral("Same as project · 1920×1080"));
@@ -101,16 +107,16 @@ TEST(ExportCodecs, ListsOrderAndAvailability)
     EXPECT_EQ(video[2].toMap().value("presets").toList().size(), 9); // vp9: "0" to "8"
 }
 
-TEST(ExportSettingsMap, MissingKeysKeepDefaults)
+TEST(ExportSettingsMap, RoundTripsEveryKeyAndMissingKeysKeepDefaults)
 {
-    const ExportSettings s = exportSettingsFromMap({{"crf", "30"}, {"audioCodecId", "flac"}});
-    EXPECT_EQ(s.crf, 30);
-    EXPECT_EQ(s.audioCodecId, "flac");
-    EXPECT_EQ(s.videoCodecId, "h264");
-    EXPECT_EQ(s.videoBitrateKbps, 12000);
-    EXPECT_EQ(s.videoPreset, "medium");
-    const QVariantMap defaults = exportSettingsToMap(ExportSettings{});
-    EXPECT_EQ(defaults.size(), 8);
-    EXPECT_EQ(defaults.value("audioBitrateKbps").toInt(), 192);
-    EXPECT_EQ(defaults.value("rateControl").toString(), "crf");
+    const QVariantMap custom{{"targetHeight", 480},      {"videoCodecId", "vp9"},
+                             {"rateControl", "bitrate"}, {"crf", 31},
+                             {"videoBitrateKbps", 2500}, {"videoPreset", "4"},
+                             {"audioCodecId", "opus"},   {"audioBitrateKbps", 96}};
+    EXPECT_EQ(json(exportSettingsToMap(exportSettingsFromMap(custom))), json(custom));
+    QVariantMap expected = exportSettingsToMap(ExportSettings{});
+    expected["crf"] = 30;
+    expected["audioCodecId"] = "flac";
+    EXPECT_EQ(json(exportSettingsToMap(exportSettingsFromMap({{"crf", "30"}, {"audioCodecId", "flac"}}))),
+              json(expected));
 }

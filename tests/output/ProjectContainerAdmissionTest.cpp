@@ -34,7 +34,8 @@ protected:
     QList<QByteArray> twoBlobs{QByteArray("first blob"), QByteArray(3000, 'x')};
 };
 
-TEST_F(ContainerAdmission, HeaderChecks)
+// Every refusal has its own message, so one walk through them still names the check that failed.
+TEST_F(ContainerAdmission, EachDamageIsRefusedWithItsMessage)
 {
     const QByteArray good = fileFor(manifestFor(twoBlobs), twoBlobs);
     EXPECT_EQ(readMessage(good), "");
@@ -55,46 +56,16 @@ TEST_F(ContainerAdmission, HeaderChecks)
         quint32(QJsonDocument(manifestFor(twoBlobs)).toJson(QJsonDocument::Compact).size());
     EXPECT_EQ(readMessage(good.left(16) + le32(textSize + 1) + good.mid(20)), "compressed block is corrupt");
     EXPECT_EQ(readMessage(good.left(52) + QByteArray(good.size() - 52, 'z')), "compressed block is corrupt");
-}
 
-TEST_F(ContainerAdmission, DigestsCatchFlippedBytes)
-{
-    // The manifest digest covers the text before compression: a manifest whose header digest was
-    // taken over one flipped byte is refused.
-    const QByteArray text = QJsonDocument(manifestFor(twoBlobs)).toJson(QJsonDocument::Compact);
-    QByteArray file = fileFor(text, twoBlobs);
-    QByteArray flipped = text;
-    flipped[10] = char(flipped[10] ^ 0x01);
-    file.replace(20, 32, sha(flipped));
-    EXPECT_EQ(readMessage(file), "project manifest is corrupt");
-
-    // A flipped bit in a blob passes the reader and is caught by the unpacker, which leaves no
-    // file behind for it.
-    QByteArray damaged = fileFor(manifestFor(twoBlobs), twoBlobs);
-    const qsizetype secondBlobAt = damaged.size() - 64 - 3000;
-    damaged[secondBlobAt + 100] = char(damaged[secondBlobAt + 100] ^ 0x10);
-    EXPECT_EQ(readMessage(damaged), "");
-    QString error;
-    QHash<QString, QString> extracted;
-    const QString media = dir.filePath("media");
-    EXPECT_FALSE(orvel::unpackProjectMedia(path, media, {}, &extracted, &error));
-    EXPECT_EQ(error.toStdString(), "f1.bin is corrupt in this project");
-    EXPECT_EQ(readBytes(QDir(media).filePath("f0.bin")), twoBlobs[0]);
-    EXPECT_EQ(QDir(media).entryList(QDir::Files), QStringList{"f0.bin"});
-}
-
-TEST_F(ContainerAdmission, FormatVersion)
-{
+    // Format versions: a newer minor opens, a newer major asks for an update.
     EXPECT_EQ(readMessage(manifestFor({}, "1.9.0")), "");
     EXPECT_EQ(readMessage(manifestFor({}, "2.0.0")),
               "this project was saved by a newer version of Orvel (format 2.0.0) — update to open it");
     EXPECT_EQ(readMessage(manifestFor({}, "")), "project manifest has no format version");
     EXPECT_EQ(readMessage(manifestFor({}, "0.1.0")), "project manifest has no format version");
     EXPECT_EQ(readMessage(manifestFor({}, "-1.0")), "project manifest has no format version");
-}
 
-TEST_F(ContainerAdmission, ManifestStructure)
-{
+    // Manifest structure.
     EXPECT_EQ(readMessage(fileFor(QByteArray("{\"format\": "), {}))
                   .rfind("project manifest is not valid JSON: ", 0),
               0u);
@@ -125,10 +96,8 @@ TEST_F(ContainerAdmission, ManifestStructure)
     blobs[1] = second;
     huge["blobs"] = blobs;
     EXPECT_EQ(readMessage(huge, twoBlobs), "");
-}
 
-TEST_F(ContainerAdmission, MediaEntries)
-{
+    // Media entries.
     const auto withEntry = [&](const QString &key, const QJsonValue &value) {
         QJsonObject manifest = manifestFor(twoBlobs);
         QJsonArray media = manifest["media"].toArray();
@@ -150,11 +119,8 @@ TEST_F(ContainerAdmission, MediaEntries)
     EXPECT_EQ(withEntry("fileName", QString(255, 'n')), "");
     // A reference entry is not examined at all.
     EXPECT_EQ(withEntry("storage", "reference"), "");
-}
 
-TEST_F(ContainerAdmission, FileLengthAndEmbeddedBytes)
-{
-    const QByteArray good = fileFor(manifestFor(twoBlobs), twoBlobs);
+    // File length, and embedded bytes counted per entry.
     EXPECT_EQ(readMessage(good + 'x'), "project file is truncated or has trailing data");
     EXPECT_EQ(readMessage(good.left(good.size() - 1)), "project file is truncated or has trailing data");
 
@@ -171,10 +137,35 @@ TEST_F(ContainerAdmission, FileLengthAndEmbeddedBytes)
     EXPECT_EQ(info->embeddedBytes, quint64(10 + 3000 + 3000));
     EXPECT_EQ(info->id, "p1");
 
-    EXPECT_FALSE(orvel::readProjectManifest(dir.filePath("absent.orvel"), nullptr).has_value());
     QString error;
-    orvel::readProjectManifest(dir.filePath("absent.orvel"), &error);
+    EXPECT_FALSE(orvel::readProjectManifest(dir.filePath("absent.orvel"), &error).has_value());
     EXPECT_EQ(error.toStdString(), "cannot open absent.orvel");
+}
+
+TEST_F(ContainerAdmission, DigestsCatchFlippedBytes)
+{
+    // The manifest digest covers the text before compression: a manifest whose header digest was
+    // taken over one flipped byte is refused.
+    const QByteArray text = QJsonDocument(manifestFor(twoBlobs)).toJson(QJsonDocument::Compact);
+    QByteArray file = fileFor(text, twoBlobs);
+    QByteArray flipped = text;
+    flipped[10] = char(flipped[10] ^ 0x01);
+    file.replace(20, 32, sha(flipped));
+    EXPECT_EQ(readMessage(file), "project manifest is corrupt");
+
+    // A flipped bit in a blob passes the reader and is caught by the unpacker, which leaves no
+    // file behind for it.
+    QByteArray damaged = fileFor(manifestFor(twoBlobs), twoBlobs);
+    const qsizetype secondBlobAt = damaged.size() - 64 - 3000;
+    damaged[secondBlobAt + 100] = char(damaged[secondBlobAt + 100] ^ 0x10);
+    EXPECT_EQ(readMessage(damaged), "");
+    QString error;
+    QHash<QString, QString> extracted;
+    const QString media = dir.filePath("media");
+    EXPECT_FALSE(orvel::unpackProjectMedia(path, media, {}, &extracted, &error));
+    EXPECT_EQ(error.toStdString(), "f1.bin is corrupt in this project");
+    EXPECT_EQ(readBytes(QDir(media).filePath("f0.bin")), twoBlobs[0]);
+    EXPECT_EQ(QDir(media).entryList(QDir::Files), QStringList{"f0.bin"});
 }
 
 } // namespace

@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 
 Q_IMPORT_QML_PLUGIN(OrvelPlugin)
 
@@ -84,8 +85,7 @@ protected:
 
     void SetUp() override
     {
-        editor->newProject();
-        editor->markProjectLayoutChosen();
+        freshProject();
         view = std::make_unique<QQuickView>(engine, nullptr);
         QQmlComponent component(engine);
         component.setData(kHostQml, QUrl());
@@ -99,6 +99,17 @@ protected:
         ASSERT_TRUE(panel);
     }
 
+    // A walk through several gestures starts each step from an empty project, named in failures.
+    void freshStep(const char *name)
+    {
+        step.emplace(__FILE__, __LINE__, name);
+        freshProject();
+    }
+    static void freshProject()
+    {
+        editor->newProject();
+        editor->markProjectLayoutChosen();
+    }
     void importMedia(const QString &name)
     {
         library->importUrls({QUrl::fromLocalFile(testmedia::path(name))});
@@ -170,10 +181,12 @@ protected:
     static inline EditorState *editor = nullptr;
     std::unique_ptr<QQuickView> view;
     QQuickItem *panel = nullptr;
+    std::optional<testing::ScopedTrace> step;
 };
 
-TEST_F(TimelinePanelTest, LibraryDropsLandAtTheDropTime)
+TEST_F(TimelinePanelTest, LibraryDropsMakeATrackOrLandOnTheRowOrTheFirstTrackThatAccepts)
 {
+    freshStep("no track at all");
     // With no track at all the drop makes one.
     editor->removeTrack(0);
     importMedia(QStringLiteral("pattern.mp4"));
@@ -192,10 +205,8 @@ TEST_F(TimelinePanelTest, LibraryDropsLandAtTheDropTime)
     ASSERT_EQ(doc().tracks.size(), 1);
     ASSERT_EQ(doc().tracks[0].clips.size(), 2);
     EXPECT_NEAR(startOf(0, 1), 14.0, 1.5 / pps());
-}
 
-TEST_F(TimelinePanelTest, LibraryDropOnTracksWithoutClipsUsesTheFirstThatAccepts)
-{
+    freshStep("tracks without clips");
     importMedia(QStringLiteral("pattern.mp4"));
     editor->addTrack(QStringLiteral("audio"));
     settle();
@@ -207,8 +218,9 @@ TEST_F(TimelinePanelTest, LibraryDropOnTracksWithoutClipsUsesTheFirstThatAccepts
     EXPECT_NEAR(startOf(1, 0), 2.0, 1.5 / pps());
 }
 
-TEST_F(TimelinePanelTest, ClipMovesInTimeAndAcrossTracksAndTrimsByItsHandles)
+TEST_F(TimelinePanelTest, GesturesMoveTrimCutMarqueeDeleteUndoAndRedo)
 {
+    freshStep("move and trim");
     importMedia(QStringLiteral("pattern.mp4"));
     editor->addTrack(QStringLiteral("video"));
     editor->addTrack(QStringLiteral("video"));
@@ -237,10 +249,8 @@ TEST_F(TimelinePanelTest, ClipMovesInTimeAndAcrossTracksAndTrimsByItsHandles)
     drag(trackPoint(0, start) + QPoint(2, 0), trackPoint(0, start + 1.0) + QPoint(2, 0));
     EXPECT_NEAR(startOf(0, 0), start + 1.0, 3.0 / pps());
     EXPECT_NEAR(durationOf(0, 0), shortened - 1.0, 3.0 / pps());
-}
 
-TEST_F(TimelinePanelTest, CutToolSplitsWhereClickedAndKeysSwitchTools)
-{
+    freshStep("cut tool and keys");
     importMedia(QStringLiteral("pattern.mp4"));
     editor->addTrack(QStringLiteral("video"));
     editor->addClipFromAssetAt(0, 0, 0.0);
@@ -263,10 +273,8 @@ TEST_F(TimelinePanelTest, CutToolSplitsWhereClickedAndKeysSwitchTools)
     EXPECT_EQ(doc().tracks[0].clips.size(), 2);
     EXPECT_EQ(editor->selectedClip(), 1);
     editor->setSnapEnabled(true);
-}
 
-TEST_F(TimelinePanelTest, MarqueeSelectsTwoClipsThenDeleteUndoAndRedo)
-{
+    freshStep("marquee, delete, undo and redo");
     importMedia(QStringLiteral("pattern.mp4"));
     editor->addTrack(QStringLiteral("video"));
     editor->addTrack(QStringLiteral("video"));
@@ -313,10 +321,11 @@ TEST_F(TimelinePanelTest, MarqueeSelectsTwoClipsThenDeleteUndoAndRedo)
     EXPECT_TRUE(editor->selectedClips().isEmpty());
 }
 
-// The panel's pure helpers, through the same engine and module the panel loads them from.
-TEST_F(TimelinePanelTest, TickStepsLabelsSnappingAndVisibleSlice)
+// The panel's pure helpers, loaded from the module's resources as the panel loads them.
+TEST(TimelineMath, TickStepsLabelsSnappingAndVisibleSlice)
 {
-    QQmlComponent component(engine);
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
     component.setData(R"(
 import QtQml
 import "qrc:/qt/qml/Orvel/components/timeline/TimelineMath.js" as TM
