@@ -142,7 +142,7 @@ void paintBlurredSilhouette(QPainter &painter, const Silhouette &silhouette, con
     if (reach.isEmpty())
         return;
     QImage coverage = silhouette.coverage.copy(reach.translated(-silhouette.origin));
-    boxBlurPremultiplied(coverage, r);
+    blurCoverage(coverage, r);
     painter.save();
     painter.setOpacity(std::clamp(opacity, 0.0, 1.0));
     painter.drawImage(QPointF(reach.topLeft()) + offset, colouredCoverage(coverage, color));
