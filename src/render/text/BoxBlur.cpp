@@ -297,12 +297,27 @@ void doubleRow(const uint8_t *nearest, const uint8_t *other, int halfWidth, std:
                uint8_t *out, int width)
 {
     // mixed[i + 1] holds half column i; the ends are zero, as pixels outside are.
-    for (int i = 0; i < halfWidth; ++i)
-        mixed[size_t(i) + 1] = uint16_t(3 * nearest[i] + other[i]);
-    const uint16_t *m = mixed.data() + 1;
     int i = 0;
 #if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
     const __m128i three = _mm_set1_epi16(3);
+    for (; i + 16 <= halfWidth; i += 16) {
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(nearest + i));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i *>(other + i));
+        const auto mix = [&](__m128i a16, __m128i b16) {
+            return _mm_add_epi16(_mm_mullo_epi16(a16, three), b16);
+        };
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(mixed.data() + i + 1),
+                         mix(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero)));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(mixed.data() + i + 9),
+                         mix(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero)));
+    }
+#endif
+    for (; i < halfWidth; ++i)
+        mixed[size_t(i) + 1] = uint16_t(3 * nearest[i] + other[i]);
+    const uint16_t *m = mixed.data() + 1;
+    i = 0;
+#if defined(__SSE2__)
     const __m128i rounding = _mm_set1_epi16(8);
     for (; 2 * i + 16 <= width; i += 8) {
         const __m128i left = _mm_loadu_si128(reinterpret_cast<const __m128i *>(m + i - 1));
