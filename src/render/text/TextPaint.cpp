@@ -26,12 +26,22 @@ double runOutlineWidth(const GlyphRun &run, const TextStyle &style)
     return style.outlineWidth;
 }
 
+// A round-joined stroke of half width w reaches exactly w past the glyphs' bounds, so the ink
+// box needs no stroke.
+QRectF runInkBounds(const GlyphRun &run, const TextStyle &style, double scale)
+{
+    const double reach = runOutlineWidth(run, style) * scale;
+    if (reach <= 0.0 || run.path.isEmpty())
+        return run.bounds;
+    return run.bounds | run.path.boundingRect().adjusted(-reach, -reach, reach, reach);
+}
+
 QList<RunOutline> makeOutlines(const QList<GlyphRun> &runs, const TextStyle &style, double scale)
 {
     QList<RunOutline> outlines;
     for (const GlyphRun &run : runs) {
         RunOutline outline;
-        outline.bounds = run.bounds;
+        outline.bounds = runInkBounds(run, style, scale);
         const double width = runOutlineWidth(run, style);
         if (width > 0.0) {
             QPainterPathStroker stroker;
@@ -40,7 +50,6 @@ QList<RunOutline> makeOutlines(const QList<GlyphRun> &runs, const TextStyle &sty
             stroker.setCapStyle(Qt::RoundCap);
             outline.stroke = stroker.createStroke(run.path);
             outline.stroke.setFillRule(Qt::WindingFill);
-            outline.bounds |= outline.stroke.boundingRect();
             outline.color =
                 run.isAccent && style.accent.outlineEnabled ? style.accent.outlineColor : style.outlineColor;
         }
@@ -248,8 +257,8 @@ void paintWords(QImage &image, const QPointF &origin, const QList<GlyphRun> &run
 QRectF textRunsInkRect(const QList<GlyphRun> &runs, const TextStyle &style, double scale)
 {
     QRectF ink;
-    for (const textpaint_detail::RunOutline &outline : textpaint_detail::makeOutlines(runs, style, scale))
-        ink |= outline.bounds;
+    for (const GlyphRun &run : runs)
+        ink |= textpaint_detail::runInkBounds(run, style, scale);
     return ink;
 }
 
