@@ -25,12 +25,14 @@ class AreaCells
 public:
     AreaCells(int width, int height) : m_width(width), m_height(height), m_stride(size_t(width) + 2)
     {
-        // Kept per thread and zeroed as it is read, so it is cleared once in its life.
+        // Kept per thread and zeroed as it is read, so it is cleared once in its life; a mask
+        // larger than a big title's gets cells of its own rather than holding on to that much.
         thread_local std::vector<float> storage;
         const size_t needed = m_stride * size_t(height);
-        if (storage.size() < needed)
-            storage.assign(needed, 0.0f);
-        m_cells = storage.data();
+        std::vector<float> &cells = needed <= kKeptCells ? storage : m_own;
+        if (cells.size() < needed)
+            cells.assign(needed, 0.0f);
+        m_cells = cells.data();
     }
 
     void addLine(double x0, double y0, double x1, double y1);
@@ -42,6 +44,8 @@ private:
     void addCubic(const QPointF &p0, const QPointF &p1, const QPointF &p2, const QPointF &p3);
     void addSpan(float *row, double xa, double xb, double d) const;
 
+    static constexpr size_t kKeptCells = size_t(1) << 20;
+    std::vector<float> m_own;
     int m_width = 0;
     int m_height = 0;
     size_t m_stride = 0;
