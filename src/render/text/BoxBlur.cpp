@@ -4,6 +4,7 @@
 #include "render/text/TextPaint.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -245,7 +246,125 @@ void boxBlurAlpha8Vector(QImage &image, int radius)
 
 #endif
 
+// Wide blurs run on a half-size mask: each pixel of it the mean of a 2 x 2 block, blurred with the
+// radius whose three box rounds spread as far (their variance r (r + 1) in half pixels is a
+// quarter of that in whole ones), then scaled back bilinearly. Whole pixel x lies at x / 2 - 1/4
+// in half pixels, so it takes 1/4 and 3/4 of its two nearest half pixels in each direction.
+constexpr int kHalfSizeFromRadius = 8;
+
+int halfSizeRadius(int radius)
+{
+    return std::max(1, int(std::lround((std::sqrt(1.0 + double(radius) * (radius + 1)) - 1.0) / 2.0)));
+}
+
+QImage halveCoverage(const QImage &mask)
+{
+    const int width = mask.width();
+    const int height = mask.height();
+    QImage half((width + 1) / 2, (height + 1) / 2, QImage::Format_Alpha8);
+    const std::vector<uint8_t> zeros(size_t(width) + 1, 0u);
+    const int halfWidth = half.width();
+    for (int y = 0; y < half.height(); ++y) {
+        const uint8_t *top = mask.constScanLine(2 * y);
+        const uint8_t *bottom = 2 * y + 1 < height ? mask.constScanLine(2 * y + 1) : zeros.data();
+        uint8_t *out = half.scanLine(y);
+        int x = 0;
+#if defined(__SSE2__)
+        const __m128i lowBytes = _mm_set1_epi16(0x00ff);
+        for (; 2 * x + 32 <= width; x += 16) {
+            const auto rows = [&](int at) {
+                return _mm_avg_epu8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(top + at)),
+                                    _mm_loadu_si128(reinterpret_cast<const __m128i *>(bottom + at)));
+            };
+            const auto pairs = [&](__m128i v) {
+                return _mm_avg_epu16(_mm_and_si128(v, lowBytes), _mm_srli_epi16(v, 8));
+            };
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out + x),
+                             _mm_packus_epi16(pairs(rows(2 * x)), pairs(rows(2 * x + 16))));
+        }
+#endif
+        for (; x < halfWidth; ++x) {
+            const int right = 2 * x + 1 < width ? 1 : 0;
+            const int sum = top[2 * x] + bottom[2 * x] + (right ? top[2 * x + 1] + bottom[2 * x + 1] : 0);
+            out[x] = uint8_t((sum + 2) >> 2);
+        }
+    }
+    return half;
+}
+
+// One whole row from two half rows weighted 1 and 3 (sixteenths after the columns' 1 and 3).
+void doubleRow(const uint8_t *nearest, const uint8_t *other, int halfWidth, std::vector<uint16_t> &mixed,
+               uint8_t *out, int width)
+{
+    // mixed[i + 1] holds half column i; the ends are zero, as pixels outside are.
+    int i = 0;
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i three = _mm_set1_epi16(3);
+    for (; i + 16 <= halfWidth; i += 16) {
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(nearest + i));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i *>(other + i));
+        const auto mix = [&](__m128i a16, __m128i b16) {
+            return _mm_add_epi16(_mm_mullo_epi16(a16, three), b16);
+        };
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(mixed.data() + i + 1),
+                         mix(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero)));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(mixed.data() + i + 9),
+                         mix(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero)));
+    }
+#endif
+    for (; i < halfWidth; ++i)
+        mixed[size_t(i) + 1] = uint16_t(3 * nearest[i] + other[i]);
+    const uint16_t *m = mixed.data() + 1;
+    i = 0;
+#if defined(__SSE2__)
+    const __m128i rounding = _mm_set1_epi16(8);
+    for (; 2 * i + 16 <= width; i += 8) {
+        const __m128i left = _mm_loadu_si128(reinterpret_cast<const __m128i *>(m + i - 1));
+        const __m128i centre =
+            _mm_mullo_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(m + i)), three);
+        const __m128i right = _mm_loadu_si128(reinterpret_cast<const __m128i *>(m + i + 1));
+        const __m128i even = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(left, centre), rounding), 4);
+        const __m128i odd = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(right, centre), rounding), 4);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 2 * i),
+                         _mm_packus_epi16(_mm_unpacklo_epi16(even, odd), _mm_unpackhi_epi16(even, odd)));
+    }
+#endif
+    for (int x = 2 * i; x < width; ++x) {
+        const int c = x / 2;
+        const int side = x % 2 == 0 ? m[c - 1] : m[c + 1];
+        out[x] = uint8_t((side + 3 * m[c] + 8) >> 4);
+    }
+}
+
+void doubleCoverage(const QImage &half, QImage &mask)
+{
+    const int halfWidth = half.width();
+    const std::vector<uint8_t> zeros(size_t(halfWidth), 0u);
+    std::vector<uint16_t> mixed(size_t(halfWidth) + 2, 0u);
+    const auto halfRow = [&](int y) {
+        return y >= 0 && y < half.height() ? half.constScanLine(y) : zeros.data();
+    };
+    for (int y = 0; y < mask.height(); ++y) {
+        const int c = y / 2;
+        doubleRow(halfRow(c), halfRow(y % 2 == 0 ? c - 1 : c + 1), halfWidth, mixed, mask.scanLine(y),
+                  mask.width());
+    }
+}
+
 } // namespace boxblur_detail
+
+void blurCoverage(QImage &mask, int radius)
+{
+    using namespace boxblur_detail;
+    if (radius < kHalfSizeFromRadius || mask.format() != QImage::Format_Alpha8 || mask.isNull()) {
+        boxBlurPremultiplied(mask, radius);
+        return;
+    }
+    QImage half = halveCoverage(mask);
+    boxBlurPremultiplied(half, halfSizeRadius(radius));
+    doubleCoverage(half, mask);
+}
 
 void boxBlurPremultiplied(QImage &image, int radius)
 {

@@ -1,5 +1,7 @@
 #include "render/text/TextPaint.h"
 
+#include "render/text/PathCoverage.h"
+
 #include <QPainter>
 #include <QPainterPathStroker>
 
@@ -24,12 +26,22 @@ double runOutlineWidth(const GlyphRun &run, const TextStyle &style)
     return style.outlineWidth;
 }
 
+// A round-joined stroke of half width w reaches exactly w past the glyphs' bounds, so the ink
+// box needs no stroke.
+QRectF runInkBounds(const GlyphRun &run, const TextStyle &style, double scale)
+{
+    const double reach = runOutlineWidth(run, style) * scale;
+    if (reach <= 0.0 || run.path.isEmpty())
+        return run.bounds;
+    return run.bounds | run.path.boundingRect().adjusted(-reach, -reach, reach, reach);
+}
+
 QList<RunOutline> makeOutlines(const QList<GlyphRun> &runs, const TextStyle &style, double scale)
 {
     QList<RunOutline> outlines;
     for (const GlyphRun &run : runs) {
         RunOutline outline;
-        outline.bounds = run.bounds;
+        outline.bounds = runInkBounds(run, style, scale);
         const double width = runOutlineWidth(run, style);
         if (width > 0.0) {
             QPainterPathStroker stroker;
@@ -38,7 +50,6 @@ QList<RunOutline> makeOutlines(const QList<GlyphRun> &runs, const TextStyle &sty
             stroker.setCapStyle(Qt::RoundCap);
             outline.stroke = stroker.createStroke(run.path);
             outline.stroke.setFillRule(Qt::WindingFill);
-            outline.bounds |= outline.stroke.boundingRect();
             outline.color =
                 run.isAccent && style.accent.outlineEnabled ? style.accent.outlineColor : style.outlineColor;
         }
@@ -47,24 +58,47 @@ QList<RunOutline> makeOutlines(const QList<GlyphRun> &runs, const TextStyle &sty
     return outlines;
 }
 
-// The outline is the stroke and the glyph together; filling both avoids a costly path union.
-void fillOutline(QPainter &painter, const GlyphRun &run, const RunOutline &outline, const QColor &color)
+// Each run's coverage, made once and used for the shadow and glow silhouette and for the run's own
+// outline and fill. The masks cover the run's ink in image pixels.
+struct RunMasks
 {
-    if (!outline.stroke.isEmpty())
-        painter.fillPath(outline.stroke, color);
-    painter.fillPath(run.path, color);
+    QPoint at;      // top-left pixel in the image's pixels
+    QImage glyphs;  // Alpha8
+    QImage outline; // Alpha8, the stroke and the glyphs together; null without an outline
+};
+
+QList<RunMasks> makeRunMasks(const QList<GlyphRun> &runs, const QList<RunOutline> &outlines,
+                             const QPointF &origin, const QRect &area)
+{
+    QList<RunMasks> masks;
+    for (int i = 0; i < runs.size(); ++i) {
+        RunMasks run;
+        const QRect region =
+            outlines[i].bounds.translated(-origin).toAlignedRect().adjusted(-1, -1, 1, 1) & area;
+        if (!region.isEmpty()) {
+            run.at = region.topLeft();
+            const QPointF offset = -origin - QPointF(region.topLeft());
+            run.glyphs = pathCoverage(runs[i].path, offset, region.size());
+            if (!outlines[i].stroke.isEmpty()) {
+                run.outline = pathCoverage(outlines[i].stroke, offset, region.size());
+                uniteCoverage(run.outline, QPoint(), run.glyphs);
+            }
+        }
+        masks.append(run);
+    }
+    return masks;
 }
 
-// Shadow and glow are blurred copies of one coverage mask of all outlines, painted only over the
+// Shadow and glow are blurred copies of one coverage mask of all outlines, made only over the
 // ink's neighbourhood so the blur touches as few pixels as it must. A silhouette has one colour,
 // so blurring its coverage and colouring afterwards equals blurring the coloured pixels.
 struct Silhouette
 {
     QImage coverage; // Alpha8
-    QPoint origin;   // in the runs' coordinates
+    QPoint origin;   // in the image's pixels
 };
 
-Silhouette makeSilhouette(const QList<GlyphRun> &runs, const QList<RunOutline> &outlines, const QRect &region)
+Silhouette makeSilhouette(const QList<RunMasks> &masks, const QRect &region)
 {
     Silhouette silhouette;
     if (region.isEmpty())
@@ -72,11 +106,11 @@ Silhouette makeSilhouette(const QList<GlyphRun> &runs, const QList<RunOutline> &
     silhouette.origin = region.topLeft();
     silhouette.coverage = QImage(region.size(), QImage::Format_Alpha8);
     silhouette.coverage.fill(0);
-    QPainter painter(&silhouette.coverage);
-    painter.setRenderHints(QPainter::Antialiasing);
-    painter.translate(-region.topLeft());
-    for (int i = 0; i < runs.size(); ++i)
-        fillOutline(painter, runs[i], outlines[i], Qt::white);
+    for (const RunMasks &run : masks) {
+        const QImage &shape = run.outline.isNull() ? run.glyphs : run.outline;
+        if (!shape.isNull())
+            uniteCoverage(silhouette.coverage, run.at - region.topLeft(), shape);
+    }
     return silhouette;
 }
 
@@ -117,19 +151,24 @@ void paintBlurredSilhouette(QPainter &painter, const Silhouette &silhouette, con
     if (reach.isEmpty())
         return;
     QImage coverage = silhouette.coverage.copy(reach.translated(-silhouette.origin));
-    boxBlurPremultiplied(coverage, r);
+    blurCoverage(coverage, r);
     painter.save();
     painter.setOpacity(std::clamp(opacity, 0.0, 1.0));
     painter.drawImage(QPointF(reach.topLeft()) + offset, colouredCoverage(coverage, color));
     painter.restore();
 }
 
-QRect silhouetteRegion(const QList<RunOutline> &outlines, const QRectF &visible, const TextStyle &style,
-                       double scale, bool shadow, bool glow)
+// How far outside the image ink can still cast shadow or glow into it, and the silhouette
+// that does so, in the image's pixels.
+struct SilhouetteReach
 {
-    QRectF ink;
-    for (const RunOutline &outline : outlines)
-        ink |= outline.bounds;
+    QRect area;
+    QRect region;
+};
+
+SilhouetteReach silhouetteReach(const QRectF &ink, const QSize &imageSize, const TextStyle &style,
+                                double scale, bool shadow, bool glow)
+{
     double radius = 0.0;
     double reach = 0.0;
     if (shadow) {
@@ -139,9 +178,9 @@ QRect silhouetteRegion(const QList<RunOutline> &outlines, const QRectF &visible,
     if (glow)
         radius = std::max(radius, style.glowRadius * scale);
     const double pad = 3.0 * std::max(0.0, double(std::lround(radius))) + 2.0;
-    return ink.adjusted(-pad, -pad, pad, pad)
-        .intersected(visible.adjusted(-pad - reach, -pad - reach, pad + reach, pad + reach))
-        .toAlignedRect();
+    const QRectF area = QRectF(QPointF(0.0, 0.0), QSizeF(imageSize))
+                            .adjusted(-pad - reach, -pad - reach, pad + reach, pad + reach);
+    return {area.toAlignedRect(), ink.adjusted(-pad, -pad, pad, pad).intersected(area).toAlignedRect()};
 }
 
 void paintBox(QPainter &painter, const QList<RunOutline> &outlines, const TextStyle &style, double scale)
@@ -188,15 +227,23 @@ void paintUnderlines(QPainter &painter, const QList<GlyphRun> &runs, const TextS
         painter.drawRoundedRect(bar, bar.height() / 2.0, bar.height() / 2.0);
 }
 
-void paintWords(QPainter &painter, const QList<GlyphRun> &runs, const QList<RunOutline> &outlines,
-                const TextStyle &style)
+// Each run in order: its outline, then its glyphs, then any colour emoji in it.
+void paintWords(QImage &image, const QPointF &origin, const QList<GlyphRun> &runs,
+                const QList<RunOutline> &outlines, const QList<RunMasks> &masks, const TextStyle &style)
 {
     for (int i = 0; i < runs.size(); ++i) {
         const GlyphRun &run = runs[i];
-        if (!outlines[i].stroke.isEmpty())
-            fillOutline(painter, run, outlines[i], outlines[i].color);
+        if (!masks[i].outline.isNull())
+            paintCoverage(image, masks[i].at, masks[i].outline, qPremultiply(outlines[i].color.rgba()));
         const QColor color = run.isAccent && style.accent.colorEnabled ? style.accent.color : style.color;
-        painter.fillPath(run.path, color);
+        if (!masks[i].glyphs.isNull())
+            paintCoverage(image, masks[i].at, masks[i].glyphs, qPremultiply(color.rgba()));
+        if (run.bitmapSpans.isEmpty())
+            continue;
+        QPainter painter(&image);
+        painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
+                               QPainter::SmoothPixmapTransform);
+        painter.translate(-origin);
         painter.setPen(color);
         for (const TextBitmapSpan &span : run.bitmapSpans) {
             painter.setFont(span.font);
@@ -210,8 +257,8 @@ void paintWords(QPainter &painter, const QList<GlyphRun> &runs, const QList<RunO
 QRectF textRunsInkRect(const QList<GlyphRun> &runs, const TextStyle &style, double scale)
 {
     QRectF ink;
-    for (const textpaint_detail::RunOutline &outline : textpaint_detail::makeOutlines(runs, style, scale))
-        ink |= outline.bounds;
+    for (const GlyphRun &run : runs)
+        ink |= textpaint_detail::runInkBounds(run, style, scale);
     return ink;
 }
 
@@ -220,24 +267,36 @@ void paintTextRuns(QImage &image, const QPointF &origin, const QList<GlyphRun> &
 {
     using namespace textpaint_detail;
     const QList<RunOutline> outlines = makeOutlines(runs, style, scale);
-    QPainter painter(&image);
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
-                           QPainter::SmoothPixmapTransform);
-    painter.translate(-origin);
-    const QRectF visible(origin, QSizeF(image.size()));
-    if (parts.box && style.boxEnabled)
-        paintBox(painter, outlines, style, scale);
+    const auto startPainter = [&](QPainter &painter) {
+        painter.begin(&image);
+        painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
+                               QPainter::SmoothPixmapTransform);
+        painter.translate(-origin);
+    };
+    const bool highlights = style.wordHighlight.enabled || style.accent.highlight.enabled;
+    const bool box = parts.box && style.boxEnabled;
+    if (box || (parts.words && highlights)) {
+        QPainter painter;
+        startPainter(painter);
+        if (box)
+            paintBox(painter, outlines, style, scale);
+        if (parts.words)
+            paintHighlights(painter, runs, style, scale);
+    }
     if (!parts.words)
         return;
-    paintHighlights(painter, runs, style, scale);
+    QRectF ink; // in the image's pixels
+    for (const RunOutline &outline : outlines)
+        ink |= outline.bounds.translated(-origin);
     const bool shadow = style.shadowEnabled && style.shadowOpacity > 0.0;
     const bool glow = style.glowEnabled && style.glowOpacity > 0.0;
+    const SilhouetteReach reach = silhouetteReach(ink, image.size(), style, scale, shadow, glow);
+    const QList<RunMasks> masks =
+        makeRunMasks(runs, outlines, origin, shadow || glow ? reach.area : image.rect());
     if (shadow || glow) {
-        QRectF ink;
-        for (const RunOutline &outline : outlines)
-            ink |= outline.bounds;
-        const Silhouette silhouette =
-            makeSilhouette(runs, outlines, silhouetteRegion(outlines, visible, style, scale, shadow, glow));
+        const Silhouette silhouette = makeSilhouette(masks, reach.region);
+        QPainter painter(&image);
+        painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
         if (shadow) {
             const QPointF offset(style.shadowOffsetX * scale, style.shadowOffsetY * scale);
             paintBlurredSilhouette(painter, silhouette, ink, style.shadowColor, style.shadowBlur * scale,
@@ -247,9 +306,12 @@ void paintTextRuns(QImage &image, const QPointF &origin, const QList<GlyphRun> &
             paintBlurredSilhouette(painter, silhouette, ink, style.glowColor, style.glowRadius * scale,
                                    QPointF(), style.glowOpacity);
     }
-    paintWords(painter, runs, outlines, style);
-    if (style.underlineEnabled && style.underlineWidth > 0.0)
+    paintWords(image, origin, runs, outlines, masks, style);
+    if (style.underlineEnabled && style.underlineWidth > 0.0) {
+        QPainter painter;
+        startPainter(painter);
         paintUnderlines(painter, runs, style, scale);
+    }
 }
 
 } // namespace orvel

@@ -24,6 +24,10 @@ void paintTextRuns(QImage &image, const QPointF &origin, const QList<GlyphRun> &
 // ARGB32 premultiplied image or an Alpha8 coverage mask. Pixels outside count as transparent.
 void boxBlurPremultiplied(QImage &image, int radius);
 
+// A blur of an Alpha8 coverage mask that looks like boxBlurPremultiplied's. From radius 8 on it
+// runs at half size and is scaled back: so wide a blur keeps no detail that the whole size would.
+void blurCoverage(QImage &mask, int radius);
+
 // The ink of the runs with their outlines, in the runs' coordinates.
 QRectF textRunsInkRect(const QList<GlyphRun> &runs, const TextStyle &style, double scale);
 
