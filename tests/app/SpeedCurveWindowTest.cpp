@@ -149,11 +149,14 @@ TEST_F(SpeedCurveWindowTest, APointDraggedToTwiceCommitsOnReleaseAndApplyAddsOne
     EXPECT_FALSE(speedWindow->isVisible());
     EXPECT_EQ(editor->lastMessage(), QStringLiteral("Custom speed works on video and audio clips"));
 
-    // A video whose filmstrip is ready before its clip is made, so the strip shows frames.
+    // For pictures, the filmstrip is made before the clip, which copies its path, so the strip
+    // shows frames; the checks need only the import.
+    const bool pictures = !qEnvironmentVariable("ORVEL_SCREENSHOT_DIR").isEmpty();
     const int asset = library->count();
     library->importUrls({QUrl::fromLocalFile(testmedia::path(QStringLiteral("av.mp4")))});
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return !library->importing() && !library->filmstripAt(asset).isEmpty(); }, 15000));
+        [&] { return !library->importing() && (!pictures || !library->filmstripAt(asset).isEmpty()); },
+        15000));
     editor->addClipFromAssetOnNewTrack(asset, 0.0);
     const int track = editor->selectedTrack(), clip = editor->selectedClip();
     ASSERT_GE(track, 0);
