@@ -126,13 +126,20 @@ TEST_F(SpeedCurveWindowTest, LogAxisCurveEvaluationAndPointEdits)
     EXPECT_NEAR(pastNeighbour.value("pos").toDouble(), 0.998, 1e-12);
     EXPECT_EQ(pastNeighbour.value("speed").toDouble(), 8);
     EXPECT_EQ(math("movedKnob", with(", 0, 0.3, 2]")).toObject().value("pos").toDouble(), 0);
-    // An out handle dragged left stops at zero; a smooth point's in handle turns to stay in line.
+    // An out handle dragged left stops at zero; a smooth point mirrors it in its in handle, kept
+    // within the gap before it.
     const char *smoothMiddle =
         R"([[{"pos":0,"speed":1},{"pos":0.5,"speed":2,"inDx":-0.1,"outDx":0.1},{"pos":1,"speed":4}], 1, 1, )";
     EXPECT_EQ(math("movedHandle", QByteArray(smoothMiddle) + "-0.1, 0]").toObject().value("outDx").toDouble(),
               0);
     const QJsonObject turned = math("movedHandle", QByteArray(smoothMiddle) + "0.05, 0.2]").toObject();
-    EXPECT_NEAR(turned.value("inDy").toDouble(), -0.4, 1e-12);
+    EXPECT_NEAR(turned.value("inDy").toDouble(), -0.2, 1e-12);
+    const QJsonObject shortened =
+        math("movedHandle",
+             R"([[{"pos":0,"speed":1},{"pos":0.2,"speed":2},{"pos":1,"speed":4}], 1, 1, 0.4, 1])")
+            .toObject();
+    EXPECT_NEAR(shortened.value("inDx").toDouble(), -0.2, 1e-12);
+    EXPECT_NEAR(shortened.value("inDy").toDouble(), -0.5, 1e-12);
 }
 
 TEST_F(SpeedCurveWindowTest, APointDraggedToTwiceCommitsOnReleaseAndApplyAddsOneRetimedCopy)

@@ -130,8 +130,8 @@ function movedKnob(points, index, pos, speed) {
 }
 
 // A handle moved to (dx, dy) from its point; side 0 is the incoming handle, 1 the outgoing.
-// Handles stay on their own side and within the gap to the neighbour; a smooth point turns its
-// other handle to stay on one line, keeping that handle's own reach.
+// Handles stay on their own side and within the gap to the neighbour. A smooth point mirrors the
+// other handle through the point, shortened along the same line where its own gap is smaller.
 function movedHandle(points, index, side, dx, dy) {
     const p = copyPoint(points[index])
     const gapPrev = index > 0 ? p.pos - points[index - 1].pos : 0
@@ -145,15 +145,16 @@ function movedHandle(points, index, side, dx, dy) {
     }
     if (p.corner)
         return p
-    const ownDx = side === 1 ? p.outDx : p.inDx
-    const ownDy = side === 1 ? p.outDy : p.inDy
-    const slope = Math.abs(ownDx) > 1e-9 ? ownDy / ownDx : 0
+    const ownDx = side === 1 ? p.outDx : -p.inDx
+    const ownDy = side === 1 ? p.outDy : -p.inDy
+    const otherGap = side === 1 ? gapPrev : gapNext
+    const scale = ownDx > otherGap ? otherGap / ownDx : 1
     if (side === 1) {
-        p.inDx = p.inDx < 0 ? p.inDx : -Math.min(p.outDx, gapPrev)
-        p.inDy = slope * p.inDx
+        p.inDx = -ownDx * scale
+        p.inDy = -ownDy * scale
     } else {
-        p.outDx = p.outDx > 0 ? p.outDx : Math.min(-p.inDx, gapNext)
-        p.outDy = slope * p.outDx
+        p.outDx = ownDx * scale
+        p.outDy = ownDy * scale
     }
     return p
 }

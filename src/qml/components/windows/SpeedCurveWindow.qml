@@ -181,16 +181,19 @@ Window {
                 onClicked: win.deleteSelected()
             }
             ThemedButton {
+                objectName: "sharpPointButton"
                 text: qsTr("Sharp")
                 enabled: win.selectedPoint >= 0
                 onClicked: win.editSelected(i => SCM.sharpPoint(win.points[i]))
             }
             ThemedButton {
+                objectName: "smoothPointButton"
                 text: qsTr("Smooth")
                 enabled: win.selectedPoint >= 0
                 onClicked: win.editSelected(i => SCM.smoothPoint(win.points, i))
             }
             ThemedButton {
+                objectName: "resetPointButton"
                 text: qsTr("Reset")
                 onClicked: win.resetCurve()
             }
