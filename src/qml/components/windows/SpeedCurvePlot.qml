@@ -215,30 +215,38 @@ Item {
                 // Values frozen at the press: reading the live point would compound each move.
                 property var start: null
                 property point pressAt: Qt.point(0, 0)
+                property bool moved: false
                 anchors.fill: parent
                 anchors.margins: -4
                 preventStealing: true
                 cursorShape: Qt.SizeAllCursor
                 onPressed: mouse => {
-                    plot.editor.selectedPoint = knob.index
                     start = SCM.copyPoint(knob.point)
                     pressAt = mapToItem(plot, mouse.x, mouse.y)
+                    moved = false
                 }
                 onPositionChanged: mouse => {
                     if (!start)
                         return
                     const at = mapToItem(plot, mouse.x, mouse.y)
+                    moved = true
                     const pos = start.pos + (at.x - pressAt.x) / Math.max(1, plot.width)
                     const speed = SCM.yToSpeed(plot.yOf(start.speed) + at.y - pressAt.y, plot.height)
                     plot.editor.replacePoint(knob.index, SCM.movedKnob(plot.points, knob.index, pos, speed))
                 }
-                onReleased: finish()
+                // A click selects; a drag leaves the selection as it was and commits.
+                onReleased: {
+                    if (start && !moved)
+                        plot.editor.selectedPoint = knob.index
+                    finish()
+                }
                 onCanceled: finish()
                 function finish() {
                     if (!start)
                         return
                     start = null
-                    plot.editor.commit()
+                    if (moved)
+                        plot.editor.commit()
                 }
             }
         }
