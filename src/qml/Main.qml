@@ -14,6 +14,7 @@ ApplicationWindow {
     readonly property alias toastHost: toastHost
     // Panels delivered elsewhere are found by these names once they are in the layout.
     readonly property Item timelinePanel: timelineArea
+    readonly property alias speedCurveWindow: speedCurveWindow
 
 
     width: 1280
@@ -43,6 +44,10 @@ ApplicationWindow {
             exportProgressDialog.open()
         else
             exportDialog.openDialog()
+    }
+
+    function openSpeedCurve(track, clip) {
+        speedCurveWindow.openFor(track, clip)
     }
 
     function togglePreviewFullscreen() {
@@ -268,6 +273,9 @@ ApplicationWindow {
     }
     ExportProgressDialog {
         id: exportProgressDialog
+    }
+    SpeedCurveWindow {
+        id: speedCurveWindow
     }
 
     ToastHost {

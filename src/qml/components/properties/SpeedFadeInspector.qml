@@ -63,6 +63,17 @@ InspectorPage {
                 }
             }
         }
+        // The curve editor is a window of the main window, which is found through this item.
+        ThemedButton {
+            objectName: "customSpeedButton"
+            Layout.fillWidth: true
+            text: qsTr("Custom speed…")
+            onClicked: {
+                const main = page.Window.window
+                if (main && main.openSpeedCurve)
+                    main.openSpeedCurve(page.trackIndex, page.clipIndex)
+            }
+        }
     }
     ThemedSwitch {
         visible: page.retimable
