@@ -4,17 +4,25 @@
 #include "MainWindowTest.h"
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
+#include "core/document/ProjectJson.h"
 #include "media/AssetLibrary.h"
+#include "playback/PlaybackEngine.h"
+#include "render/CompositorService.h"
 
 #include <QDir>
+#include <QJsonDocument>
+#include <QMimeData>
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QTest>
 #include <QUndoStack>
 
 #include <algorithm>
+
+using namespace orvel;
 
 namespace {
 
@@ -35,6 +43,29 @@ QQuickItem *findItem(QQuickItem *root, const QString &name)
         if (QQuickItem *found = findItem(child, name))
             return found;
     return nullptr;
+}
+
+void findItems(QQuickItem *root, const QString &name, QList<QQuickItem *> &found)
+{
+    if (root->objectName() == name)
+        found.append(root);
+    for (QQuickItem *child : root->childItems())
+        findItems(child, name, found);
+}
+
+// Mean difference per channel of two pictures, compared at a small common size.
+double meanDifference(const QImage &a, const QImage &b)
+{
+    const QImage x = a.scaled(64, 36).convertToFormat(QImage::Format_RGB32);
+    const QImage y = b.scaled(64, 36).convertToFormat(QImage::Format_RGB32);
+    double sum = 0;
+    for (int row = 0; row < x.height(); ++row)
+        for (int col = 0; col < x.width(); ++col) {
+            const QRgb p = x.pixel(col, row), q = y.pixel(col, row);
+            sum +=
+                std::abs(qRed(p) - qRed(q)) + std::abs(qGreen(p) - qGreen(q)) + std::abs(qBlue(p) - qBlue(q));
+        }
+    return sum / (3.0 * x.width() * x.height());
 }
 
 } // namespace
@@ -119,6 +150,61 @@ protected:
         return ids.toStringList();
     }
 
+    // Scrolls the inspector until the item shows, then drags the handle of the slider inside it
+    // from one fraction of its range to another in twenty moves.
+    void dragSlider(QQuickItem *row, double from, double to)
+    {
+        QQuickItem *slider = findItem(row, QStringLiteral("valueSlider"));
+        ASSERT_TRUE(slider);
+        QQuickItem *content = findItem(panel, QStringLiteral("inspectorLoader"))->parentItem();
+        QQuickItem *flickable = content ? content->parentItem() : nullptr;
+        ASSERT_TRUE(flickable && flickable->inherits("QQuickFlickable"));
+        flickable->setProperty("contentY", row->mapToItem(content, QPointF(0, 0)).y() - 20);
+        QCoreApplication::processEvents();
+        const double left = slider->property("leftPadding").toDouble() + 7;
+        const double span = slider->property("availableWidth").toDouble() - 14;
+        const auto at = [&](double v) {
+            return slider->mapToScene(QPointF(left + v * span, slider->height() / 2)).toPoint();
+        };
+        QTest::mousePress(window, Qt::LeftButton, {}, at(from));
+        for (int i = 1; i <= 20; ++i)
+            QTest::mouseMove(window, at(from + (to - from) * i / 20.0));
+        QTest::mouseRelease(window, Qt::LeftButton, {}, at(to));
+    }
+    // The preview's picture as the window shows it, once the compositor is idle and no frame
+    // has come for a moment. A new clip's picture may come a few frames late, so `showing`
+    // waits for a picture that is not all black.
+    static QImage previewFrame(bool showing = false)
+    {
+        PlaybackEngine *playback = editor->playback();
+        auto *item = window->findChild<QQuickItem *>(QStringLiteral("previewItem"));
+        QImage black(64, 36, QImage::Format_RGB32);
+        black.fill(Qt::black);
+        QImage frame;
+        EXPECT_TRUE(waitFor([&] {
+            for (int round = 0; round < 50; ++round) {
+                QSignalSpy delivered(playback, &PlaybackEngine::currentFrameChanged);
+                if (!waitFor([&] { return !playback->compositor()->isBusy(); }))
+                    return false;
+                if (delivered.isEmpty() && !delivered.wait(250))
+                    break;
+            }
+            frame = window->grabWindow().copy(item->mapRectToScene(item->boundingRect()).toAlignedRect());
+            return !showing || meanDifference(frame, black) > 20;
+        }));
+        return frame;
+    }
+    // The timeline's item for the clip with this id.
+    static QQuickItem *timelineClip(const QString &id)
+    {
+        QList<QQuickItem *> clips;
+        findItems(window->contentItem(), QStringLiteral("timelineClip"), clips);
+        for (QQuickItem *clip : clips)
+            if (clip->property("clipData").toMap().value(QStringLiteral("id")).toString() == id)
+                return clip;
+        return nullptr;
+    }
+
     static inline QObject *helper = nullptr;
     QQuickItem *panel = nullptr;
 };
@@ -174,31 +260,16 @@ TEST_F(PropertiesPanelTest, DraggingOpacityIsOneUndoEntryAndTheRowSetsKeyframes)
     showTab("transform");
     QQuickItem *row = findItem(inspector(), QStringLiteral("row_opacity"));
     ASSERT_TRUE(row);
-    QQuickItem *slider = findItem(row, QStringLiteral("valueSlider"));
-    ASSERT_TRUE(slider);
-    // Bring the row into view, then drag the handle from the right end (1) to a fifth.
-    QQuickItem *content = findItem(panel, QStringLiteral("inspectorLoader"))->parentItem();
-    QQuickItem *flickable = content ? content->parentItem() : nullptr;
-    ASSERT_TRUE(flickable && flickable->inherits("QQuickFlickable"));
-    flickable->setProperty("contentY", row->mapToItem(content, QPointF(0, 0)).y() - 20);
-    QCoreApplication::processEvents();
-    EXPECT_DOUBLE_EQ(slider->property("value").toDouble(), 1.0);
-
+    EXPECT_DOUBLE_EQ(findItem(row, QStringLiteral("valueSlider"))->property("value").toDouble(), 1.0);
     const int entries = editor->undoStack()->count();
-    const double left = slider->property("leftPadding").toDouble() + 7;
-    const double span = slider->property("availableWidth").toDouble() - 14;
-    const auto at = [&](double v) {
-        return slider->mapToScene(QPointF(left + v * span, slider->height() / 2)).toPoint();
-    };
-    QTest::mousePress(window, Qt::LeftButton, {}, at(1.0));
-    for (int i = 1; i <= 20; ++i)
-        QTest::mouseMove(window, at(1.0 - 0.04 * i));
-    QTest::mouseRelease(window, Qt::LeftButton, {}, at(0.2));
+    const QImage opaque = previewFrame(true);
+    dragSlider(row, 1.0, 0.2);
     EXPECT_EQ(editor->undoStack()->count(), entries + 1);
     const auto opacity = [&] {
         return editor->propertyValueAt(track, clip, QStringLiteral("opacity"), 0.0, -1);
     };
     EXPECT_NEAR(opacity(), 0.2, 0.011);
+    EXPECT_GT(meanDifference(previewFrame(), opaque), 10.0) << "the preview did not follow the slider";
     editor->undo();
     EXPECT_DOUBLE_EQ(opacity(), 1.0);
 
@@ -334,4 +405,96 @@ TEST_F(PropertiesPanelTest, TheEffectsLibraryNarrowsTheCatalogByCategoryAndSearc
             .save(QDir(shots).filePath(QStringLiteral("library-effects.png")));
     }
     assets->setProperty("currentTab", QStringLiteral("media"));
+}
+
+// A click on the purple overlap selects its transition; with no clip selected the panel shows
+// that transition alone. A duration still being typed is written when the user changes tab.
+TEST_F(PropertiesPanelTest, ATransitionRegionFillsTheTransitionInspectorWithoutAClip)
+{
+    Project project;
+    Track track;
+    for (const auto &[id, startUs] : {std::pair{"left", 0}, std::pair{"right", 1500000}}) {
+        Clip clip;
+        clip.id = QString::fromLatin1(id);
+        clip.type = ClipType::image;
+        clip.path = testmedia::path(QStringLiteral("still.png"));
+        clip.timelineStartUs = startUs;
+        clip.timelineDurationUs = clip.srcOutUs = 2000000;
+        track.clips.append(clip);
+    }
+    track.transitions.append(Transition{"fade", "left", "right", "glitch", {}, 500000});
+    project.tracks = {track};
+    ASSERT_TRUE(editor->loadProjectJson(QJsonDocument(projectToJson(project)).toJson()));
+    editor->markProjectLayoutChosen();
+    editor->clearSelection();
+    window->resize(1600, 1000);
+    QCoreApplication::processEvents();
+    QQuickItem *region = nullptr;
+    ASSERT_TRUE(waitFor(
+        [&] { return (region = findItem(window->contentItem(), QStringLiteral("transitionRegion"))); }));
+    QTest::mouseClick(window, Qt::LeftButton, {},
+                      region->mapToScene(region->boundingRect().center()).toPoint());
+    ASSERT_EQ(editor->selectedTransitionTrack(), 0);
+    EXPECT_EQ(selectedId(), QString());
+    EXPECT_EQ(tabIds(), QStringList{QStringLiteral("transition")});
+    EXPECT_EQ(panel->property("currentTab").toString(), QStringLiteral("transition"));
+    ASSERT_TRUE(inspector() && inspector()->property("applicable").toBool());
+    QQuickItem *duration = findItem(inspector(), QStringLiteral("transitionDuration"));
+    ASSERT_TRUE(duration);
+    EXPECT_EQ(duration->property("value").toDouble(), 0.5);
+    // The package's parameters have rows before the document stores any value for them.
+    QStringList params;
+    for (const QVariant &row : inspector()->property("paramRows").toList())
+        params.append(row.toMap()[QStringLiteral("id")].toString());
+    EXPECT_EQ(params, (QStringList{QStringLiteral("u_intensity"), QStringLiteral("u_blocks")}));
+
+    // With the left clip selected the same transition shows; typing a duration and clicking
+    // another tab without pressing Enter keeps what was typed.
+    editor->selectClip(0, 0);
+    showTab("transition");
+    duration = findItem(inspector(), QStringLiteral("transitionDuration"));
+    ASSERT_TRUE(duration);
+    duration->forceActiveFocus();
+    duration->setProperty("text", QStringLiteral("1.25"));
+    QQuickItem *general = findItem(panel, QStringLiteral("tab_general"));
+    QTest::mouseClick(window, Qt::LeftButton, {},
+                      general->mapToScene(general->boundingRect().center()).toPoint());
+    EXPECT_EQ(panel->property("currentTab").toString(), QStringLiteral("general"));
+    EXPECT_EQ(editor->project().tracks[0].transitions[0].durationUs, 1250000);
+}
+
+// An effect dropped from the library's Effects tab lands on the clip under the pointer, shows in
+// the clip's effect list, and its parameter slider changes the picture.
+TEST_F(PropertiesPanelTest, AnEffectDroppedOnAClipIsListedAndItsSliderChangesTheFrame)
+{
+    window->resize(1600, 1000);
+    addMediaClip(QStringLiteral("still.png"));
+    const QString id = selectedId();
+    const QImage plain = previewFrame(true);
+    QQuickItem *clip = nullptr;
+    ASSERT_TRUE(waitFor([&] { return (clip = timelineClip(id)); }));
+    const QPoint at = clip->mapToScene(clip->boundingRect().center()).toPoint();
+    QMimeData mime;
+    mime.setData(QStringLiteral("application/x-orvel-effect"), "invert");
+    QDragEnterEvent enter(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(window, &enter);
+    QDragMoveEvent move(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(window, &move);
+    QDropEvent drop(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(window, &drop);
+
+    selectById(id);
+    const QVariantList effects = editor->selectedClipEffects();
+    ASSERT_EQ(effects.size(), 1);
+    EXPECT_EQ(effects[0].toMap()[QStringLiteral("catalogId")].toString(), QStringLiteral("invert"));
+    const QImage inverted = previewFrame();
+    EXPECT_GT(meanDifference(inverted, plain), 40.0);
+
+    showTab("effects");
+    QQuickItem *row = findItem(inspector(), QStringLiteral("row_fx.0.u_intensity"));
+    ASSERT_TRUE(row);
+    dragSlider(row, 1.0, 0.0);
+    const QImage restored = previewFrame();
+    EXPECT_GT(meanDifference(restored, inverted), 40.0) << "the slider did not reach the picture";
+    EXPECT_LT(meanDifference(restored, plain), 5.0);
 }
