@@ -179,18 +179,16 @@ TEST_F(ControllerDocument, TextStylePatchesChangeOnlyWhatTheyName)
     const int before = entries();
     controller.setTextStyle(
         0, 0,
-        QVariantMap{
-            {"accent", QVariantMap{{"highlight", QVariantMap{{"enabled", true}}}}},
-            {"animIn", QVariantMap{{"kind", "pop"}, {"duration", 0.35}, {"unit", "word"}, {"stagger", 0.1}}},
-            {"animOut", QVariantMap{{"kind", "spin"}, {"duration", 90.0}, {"stagger", -1.0}}},
-            {"color", "#12"}});
+        QVariantMap{{"accent", QVariantMap{{"highlight", QVariantMap{{"enabled", true}}}}},
+                    {"animIn", QVariantMap{{"kind", "pop"}, {"duration", 0.35}, {"stagger", 0.1}}},
+                    {"animOut", QVariantMap{{"kind", "spin"}, {"duration", 90.0}, {"stagger", -1.0}}},
+                    {"color", "#12"}});
     EXPECT_EQ(undoText(), QStringLiteral("Edit text style"));
     const TextStyle &style = clip(0, 0).textStyle;
     EXPECT_TRUE(style.accent.highlight.enabled);
     EXPECT_EQ(style.accent.n, 5);
     EXPECT_EQ(style.animIn.kind, TextAnimKind::pop);
     EXPECT_EQ(style.animIn.durationUs, 350000);
-    EXPECT_EQ(style.animIn.unit, TextAnimUnit::word);
     EXPECT_EQ(style.animIn.staggerUs, 100000);
     EXPECT_EQ(style.animIn.order, TextAnimOrder::random);
     EXPECT_EQ(style.animOut.kind, TextAnimKind::fade) << "an unknown kind is refused";
