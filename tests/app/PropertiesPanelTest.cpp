@@ -4,17 +4,25 @@
 #include "MainWindowTest.h"
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
+#include "core/document/ProjectJson.h"
 #include "media/AssetLibrary.h"
+#include "playback/PlaybackEngine.h"
+#include "render/CompositorService.h"
 
 #include <QDir>
+#include <QJsonDocument>
+#include <QMimeData>
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QTest>
 #include <QUndoStack>
 
 #include <algorithm>
+
+using namespace orvel;
 
 namespace {
 
@@ -27,14 +35,30 @@ QtObject {
 }
 )";
 
-QQuickItem *findItem(QQuickItem *root, const QString &name)
+QQuickItem *findItem(QQuickItem *root, const std::function<bool(QQuickItem *)> &match)
 {
-    if (root->objectName() == name)
+    if (match(root))
         return root;
     for (QQuickItem *child : root->childItems())
-        if (QQuickItem *found = findItem(child, name))
+        if (QQuickItem *found = findItem(child, match))
             return found;
     return nullptr;
+}
+
+QQuickItem *findItem(QQuickItem *root, const QString &name)
+{
+    return findItem(root, [&](QQuickItem *item) { return item->objectName() == name; });
+}
+
+// Mean difference per channel of two pictures, compared at a small common size.
+double meanDifference(const QImage &a, const QImage &b)
+{
+    const QImage x = a.scaled(64, 36).convertToFormat(QImage::Format_RGB888);
+    const QImage y = b.scaled(64, 36).convertToFormat(QImage::Format_RGB888);
+    double sum = 0;
+    for (qsizetype i = 0; i < x.sizeInBytes(); ++i)
+        sum += std::abs(x.constBits()[i] - y.constBits()[i]);
+    return sum / double(x.sizeInBytes());
 }
 
 } // namespace
@@ -119,6 +143,53 @@ protected:
         return ids.toStringList();
     }
 
+    // Scrolls the inspector until the item shows, then drags the handle of the slider inside it
+    // from one fraction of its range to another in twenty moves.
+    void dragSlider(QQuickItem *row, double from, double to)
+    {
+        QQuickItem *slider = findItem(row, QStringLiteral("valueSlider"));
+        ASSERT_TRUE(slider);
+        QQuickItem *content = findItem(panel, QStringLiteral("inspectorLoader"))->parentItem();
+        QQuickItem *flickable = content ? content->parentItem() : nullptr;
+        ASSERT_TRUE(flickable && flickable->inherits("QQuickFlickable"));
+        flickable->setProperty("contentY", row->mapToItem(content, QPointF(0, 0)).y() - 20);
+        QCoreApplication::processEvents();
+        const double left = slider->property("leftPadding").toDouble() + 7;
+        const double span = slider->property("availableWidth").toDouble() - 14;
+        const auto at = [&](double v) {
+            return slider->mapToScene(QPointF(left + v * span, slider->height() / 2)).toPoint();
+        };
+        QTest::mousePress(window, Qt::LeftButton, {}, at(from));
+        for (int i = 1; i <= 20; ++i)
+            QTest::mouseMove(window, at(from + (to - from) * i / 20.0));
+        QTest::mouseRelease(window, Qt::LeftButton, {}, at(to));
+    }
+    // The preview's picture once the compositor is idle and no frame has come for a moment.
+    // With `showing`, until it is not all black: the first composite after the window starts
+    // can come out black, and only a later request shows the clip.
+    static QImage previewFrame(bool showing = false)
+    {
+        auto *item = window->findChild<QQuickItem *>(QStringLiteral("previewItem"));
+        QImage frame;
+        EXPECT_TRUE(waitFor([&] {
+            QSignalSpy delivered(editor->playback(), &PlaybackEngine::currentFrameChanged);
+            if (editor->playback()->compositor()->isBusy() || delivered.wait(250))
+                return false;
+            frame = window->grabWindow().copy(item->mapRectToScene(item->boundingRect()).toAlignedRect());
+            if (!showing || frame.scaled(1, 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                                    .pixelColor(0, 0)
+                                    .lightness() > 20)
+                return true;
+            editor->playback()->refreshFrame();
+            return false;
+        }));
+        return frame;
+    }
+    static QPoint centreOf(QQuickItem *item)
+    {
+        return item->mapToScene(item->boundingRect().center()).toPoint();
+    }
+
     static inline QObject *helper = nullptr;
     QQuickItem *panel = nullptr;
 };
@@ -174,31 +245,16 @@ TEST_F(PropertiesPanelTest, DraggingOpacityIsOneUndoEntryAndTheRowSetsKeyframes)
     showTab("transform");
     QQuickItem *row = findItem(inspector(), QStringLiteral("row_opacity"));
     ASSERT_TRUE(row);
-    QQuickItem *slider = findItem(row, QStringLiteral("valueSlider"));
-    ASSERT_TRUE(slider);
-    // Bring the row into view, then drag the handle from the right end (1) to a fifth.
-    QQuickItem *content = findItem(panel, QStringLiteral("inspectorLoader"))->parentItem();
-    QQuickItem *flickable = content ? content->parentItem() : nullptr;
-    ASSERT_TRUE(flickable && flickable->inherits("QQuickFlickable"));
-    flickable->setProperty("contentY", row->mapToItem(content, QPointF(0, 0)).y() - 20);
-    QCoreApplication::processEvents();
-    EXPECT_DOUBLE_EQ(slider->property("value").toDouble(), 1.0);
-
+    EXPECT_DOUBLE_EQ(findItem(row, QStringLiteral("valueSlider"))->property("value").toDouble(), 1.0);
     const int entries = editor->undoStack()->count();
-    const double left = slider->property("leftPadding").toDouble() + 7;
-    const double span = slider->property("availableWidth").toDouble() - 14;
-    const auto at = [&](double v) {
-        return slider->mapToScene(QPointF(left + v * span, slider->height() / 2)).toPoint();
-    };
-    QTest::mousePress(window, Qt::LeftButton, {}, at(1.0));
-    for (int i = 1; i <= 20; ++i)
-        QTest::mouseMove(window, at(1.0 - 0.04 * i));
-    QTest::mouseRelease(window, Qt::LeftButton, {}, at(0.2));
+    const QImage opaque = previewFrame(true);
+    dragSlider(row, 1.0, 0.2);
     EXPECT_EQ(editor->undoStack()->count(), entries + 1);
     const auto opacity = [&] {
         return editor->propertyValueAt(track, clip, QStringLiteral("opacity"), 0.0, -1);
     };
     EXPECT_NEAR(opacity(), 0.2, 0.011);
+    EXPECT_GT(meanDifference(previewFrame(), opaque), 10.0) << "the preview did not follow the slider";
     editor->undo();
     EXPECT_DOUBLE_EQ(opacity(), 1.0);
 
@@ -334,4 +390,72 @@ TEST_F(PropertiesPanelTest, TheEffectsLibraryNarrowsTheCatalogByCategoryAndSearc
             .save(QDir(shots).filePath(QStringLiteral("library-effects.png")));
     }
     assets->setProperty("currentTab", QStringLiteral("media"));
+}
+
+// A click on the purple overlap selects its transition; with no clip selected the panel shows
+// that transition alone. A duration still being typed is written when the user changes tab.
+TEST_F(PropertiesPanelTest, ATransitionRegionFillsTheTransitionInspectorWithoutAClip)
+{
+    Project project;
+    project.tracks = {Track{}};
+    for (const auto &[id, startUs] : {std::pair{"left", 0}, std::pair{"right", 1500000}}) {
+        Clip clip;
+        clip.id = QString::fromLatin1(id);
+        clip.type = ClipType::image;
+        clip.timelineStartUs = startUs;
+        clip.timelineDurationUs = clip.srcOutUs = 2000000;
+        project.tracks[0].clips.append(clip);
+    }
+    project.tracks[0].transitions.append(Transition{"fade", "left", "right", "glitch", {}, 500000});
+    ASSERT_TRUE(editor->loadProjectJson(QJsonDocument(projectToJson(project)).toJson()));
+    editor->clearSelection();
+    window->resize(1600, 1000);
+    QQuickItem *region = nullptr;
+    ASSERT_TRUE(waitFor(
+        [&] { return (region = findItem(window->contentItem(), QStringLiteral("transitionRegion"))); }));
+    QTest::mouseClick(window, Qt::LeftButton, {}, centreOf(region));
+    ASSERT_EQ(editor->selectedTransitionTrack(), 0);
+    EXPECT_EQ(tabIds(), QStringList{QStringLiteral("transition")});
+    ASSERT_TRUE(inspector() && inspector()->property("applicable").toBool());
+    EXPECT_EQ(findItem(inspector(), QStringLiteral("transitionDuration"))->property("value").toDouble(), 0.5);
+    // The package's two parameters have rows before the document stores a value for them.
+    EXPECT_EQ(inspector()->property("paramRows").toList().size(), 2);
+
+    editor->selectClip(0, 0);
+    showTab("transition");
+    QQuickItem *duration = findItem(inspector(), QStringLiteral("transitionDuration"));
+    duration->forceActiveFocus();
+    duration->setProperty("text", QStringLiteral("1.25"));
+    QTest::mouseClick(window, Qt::LeftButton, {}, centreOf(findItem(panel, QStringLiteral("tab_general"))));
+    EXPECT_EQ(panel->property("currentTab").toString(), QStringLiteral("general"));
+    EXPECT_EQ(editor->project().tracks[0].transitions[0].durationUs, 1250000);
+}
+
+// An effect dropped on a clip the way the library's rows drag shows in the clip's list, and its
+// parameter slider changes the picture.
+TEST_F(PropertiesPanelTest, AnEffectDroppedOnAClipIsListedAndItsSliderChangesTheFrame)
+{
+    window->resize(1600, 1000);
+    addMediaClip(QStringLiteral("still.png"));
+    const QString id = selectedId();
+    const QImage plain = previewFrame(true);
+    QQuickItem *clip = findItem(window->contentItem(), [&](QQuickItem *item) {
+        return item->objectName() == "timelineClip" && item->property("clipData").toMap()["id"] == id;
+    });
+    ASSERT_TRUE(clip);
+    QMimeData mime;
+    mime.setData(QStringLiteral("application/x-orvel-effect"), "invert");
+    QDragEnterEvent enter(centreOf(clip), Qt::CopyAction, &mime, Qt::LeftButton, {});
+    QDropEvent drop(centreOf(clip), Qt::CopyAction, &mime, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(window, &enter);
+    QCoreApplication::sendEvent(window, &drop);
+
+    selectById(id);
+    ASSERT_EQ(editor->selectedClipEffects().size(), 1);
+    EXPECT_GT(meanDifference(previewFrame(), plain), 40.0);
+    showTab("effects");
+    QQuickItem *row = findItem(inspector(), QStringLiteral("row_fx.0.u_intensity"));
+    ASSERT_TRUE(row);
+    dragSlider(row, 1.0, 0.0);
+    EXPECT_LT(meanDifference(previewFrame(), plain), 5.0) << "the slider did not reach the picture";
 }

@@ -167,16 +167,36 @@ TEST_F(ControllerDocument, LoadingAnnouncesTheBackgroundAndTheName)
     EXPECT_GE(name.count(), 1);
 }
 
-// A partial sub-object changes the keys it names and keeps the others.
-TEST_F(ControllerDocument, PartialNestedStylesMerge)
+// A partial patch changes the keys it names and keeps the others: nested objects merge, the
+// animation groups speak seconds, and values the style cannot hold are refused or limited.
+TEST_F(ControllerDocument, TextStylePatchesChangeOnlyWhatTheyName)
 {
     Clip text = makeClip("t", 0, 1000000, ClipType::text);
     text.textStyle.accent.n = 5;
-    text.textStyle.accent.sizeScale = 1.5;
+    text.textStyle.animIn.order = TextAnimOrder::random;
+    text.textStyle.animOut.kind = TextAnimKind::fade;
     load(makeProject({makeTrack(TrackType::text, {text})}));
-    controller.setTextStyle(0, 0, QVariantMap{{"accent", QVariantMap{{"colorEnabled", true}}}});
-    const TextAccent &accent = clip(0, 0).textStyle.accent;
-    EXPECT_TRUE(accent.colorEnabled);
-    EXPECT_EQ(accent.n, 5);
-    EXPECT_EQ(accent.sizeScale, 1.5);
+    const int before = entries();
+    controller.setTextStyle(
+        0, 0,
+        QVariantMap{{"accent", QVariantMap{{"highlight", QVariantMap{{"enabled", true}}}}},
+                    {"animIn", QVariantMap{{"kind", "pop"}, {"duration", 0.35}, {"stagger", 0.1}}},
+                    {"animOut", QVariantMap{{"kind", "spin"}, {"duration", 90.0}, {"stagger", -1.0}}},
+                    {"color", "#12"}});
+    EXPECT_EQ(undoText(), QStringLiteral("Edit text style"));
+    const TextStyle &style = clip(0, 0).textStyle;
+    EXPECT_TRUE(style.accent.highlight.enabled);
+    EXPECT_EQ(style.accent.n, 5);
+    EXPECT_EQ(style.animIn.kind, TextAnimKind::pop);
+    EXPECT_EQ(style.animIn.durationUs, 350000);
+    EXPECT_EQ(style.animIn.staggerUs, 100000);
+    EXPECT_EQ(style.animIn.order, TextAnimOrder::random);
+    EXPECT_EQ(style.animOut.kind, TextAnimKind::fade) << "an unknown kind is refused";
+    EXPECT_EQ(style.animOut.durationUs, 60000000);
+    EXPECT_EQ(style.animOut.staggerUs, 0);
+    EXPECT_EQ(style.color, QColor(255, 255, 255)) << "a malformed colour is refused";
+    // A patch with nothing the style can take is no edit at all.
+    controller.setTextStyle(0, 0,
+                            QVariantMap{{"animIn", QVariantMap{{"ease", "wobbly"}, {"duration", "long"}}}});
+    EXPECT_EQ(entries(), before + 1);
 }

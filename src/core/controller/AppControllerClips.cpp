@@ -3,6 +3,7 @@
 
 #include "core/EditValues.h"
 #include "core/ProjectSnapshotCommand.h"
+#include "core/TextStylePatch.h"
 #include "core/document/EnumStrings.h"
 #include "core/document/ProjectJson.h"
 #include "core/document/TimelineNormalise.h"
@@ -192,11 +193,15 @@ void AppController::setShapeStyle(int trackIndex, int clipIndex, const QVariantM
 
 void AppController::setTextStyle(int trackIndex, int clipIndex, const QVariantMap &style)
 {
-    commitClipEdit(trackIndex, clipIndex, tr("Text updated"), tr("Text updated"), [&](orvel::Clip &clip) {
-        clip.textStyle =
-            orvel::textStyleFromJson(orvel::jsonWithChanges(orvel::textStyleToJson(clip.textStyle), style));
-        return true;
-    });
+    commitClipEdit(trackIndex, clipIndex, tr("Edit text style"), tr("Text style updated"),
+                   [&](orvel::Clip &clip) {
+                       const orvel::TextStyle patched = orvel::textStyleWithPatch(clip.textStyle, style);
+                       // A patch whose every key was refused leaves no undo entry behind.
+                       if (orvel::textStyleToJson(patched) == orvel::textStyleToJson(clip.textStyle))
+                           return false;
+                       clip.textStyle = patched;
+                       return true;
+                   });
 }
 
 void AppController::setClipTextContent(int trackIndex, int clipIndex, const QString &text)

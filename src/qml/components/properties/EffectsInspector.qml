@@ -8,6 +8,13 @@ InspectorPage {
     id: page
 
     readonly property var effects: { page.revision; return EditorState.selectedClipEffects }
+    // The list's items are rebuilt only when effects or their parameters come or go: every value
+    // edit gives a new `effects`, and rebuilding then would destroy a slider under the pointer.
+    // Values are read from `effects` itself.
+    readonly property string effectShape: JSON.stringify(effects.map(e => [e.catalogId, e.params.map(p => p.id)]))
+    property var effectModel: []
+    onEffectShapeChanged: effectModel = effects
+    Component.onCompleted: effectModel = effects
     readonly property var catalog: EditorState.effectCatalog()
 
     // The package's declared range for a parameter, or a range around its value when the
@@ -32,7 +39,7 @@ InspectorPage {
         objectName: "noEffects"
         Layout.fillWidth: true
         Layout.preferredHeight: implicitHeight + 24
-        visible: page.effects.length === 0
+        visible: page.effectModel.length === 0
         iconName: "effects"
         title: qsTr("No effects yet")
         hint: qsTr("Drag an effect from the library onto the clip.")
@@ -40,11 +47,12 @@ InspectorPage {
         onActionTriggered: if (page.panel) page.panel.browseEffectsRequested()
     }
     Repeater {
-        model: page.effects
+        model: page.effectModel
         delegate: ColumnLayout {
             id: effect
             required property var modelData
             required property int index
+            readonly property var live: page.effects[index] || modelData
             Layout.fillWidth: true
             spacing: Theme.spacingSm
             RowLayout {
@@ -64,18 +72,21 @@ InspectorPage {
                 delegate: Loader {
                     id: param
                     required property var modelData
+                    required property int index
+                    readonly property var live: effect.live.params[index] || modelData
                     Layout.fillWidth: true
                     sourceComponent: modelData.isBoolean ? switchRow : keyRow
                     Component {
                         id: keyRow
                         PropertyKeyframeRow {
+                            objectName: "row_" + param.modelData.prop
                             label: param.modelData.label
                             prop: param.modelData.prop
                             readonly property var spec: page.paramSpec(effect.modelData.catalogId,
                                                                        param.modelData.id, param.modelData.value)
                             from: spec.min
                             to: spec.max
-                            fallback: Number(param.modelData.value)
+                            fallback: Number(param.live.value)
                             clipData: page.clipData
                             revision: page.revision
                         }
@@ -84,7 +95,7 @@ InspectorPage {
                         id: switchRow
                         ThemedSwitch {
                             text: param.modelData.label
-                            checked: param.modelData.value === true
+                            checked: param.live.value === true
                             onToggled: {
                                 EditorState.beginPreviewDrag(qsTr("Edit effect"))
                                 EditorState.previewSetEffectParam(page.trackIndex, page.clipIndex, effect.index,

@@ -53,8 +53,22 @@ PanelFrame {
         currentTab = tabs[next].id
     }
 
-    // Each tab opens at its top.
-    onCurrentTabChanged: scroller.contentItem.contentY = 0
+    // The tab whose inspector is loaded. It follows `currentTab` only after a field still being
+    // typed in has lost its focus, so the value it holds is written before its page goes away.
+    property string shownTab: "general"
+    function commitPendingEdits() {
+        for (let item = panel.Window.activeFocusItem; item; item = item.parent) {
+            if (item === inspectorLoader) {
+                rail.forceActiveFocus()
+                return
+            }
+        }
+    }
+    onCurrentTabChanged: {
+        commitPendingEdits()
+        shownTab = currentTab
+        scroller.contentItem.contentY = 0 // each tab opens at its top
+    }
     // A kind-only tab that lost its clip falls back to the first tab.
     onTabsChanged: if (!tabs.some(t => t.id === currentTab)) currentTab = tabs[0].id
 
@@ -159,7 +173,7 @@ PanelFrame {
                             effects: "EffectsInspector.qml", audio: "AudioInspector.qml",
                             transition: "TransitionInspector.qml"
                         }
-                        return files[panel.currentTab] || ""
+                        return files[panel.shownTab] || ""
                     }
                     onLoaded: item.panel = panel
                 }

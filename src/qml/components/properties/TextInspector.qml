@@ -11,20 +11,45 @@ InspectorPage {
     readonly property var style: clipData.textStyle || ({})
     readonly property var anims: ["none", "fade", "slideUp", "slideDown", "slideLeft", "slideRight", "pop",
                                   "blur", "typewriter", "rise", "bounce", "wave"]
+    readonly property var animLabels: [qsTr("None"), qsTr("Fade"), qsTr("Slide up"), qsTr("Slide down"),
+                                       qsTr("Slide left"), qsTr("Slide right"), qsTr("Pop"), qsTr("Blur"),
+                                       qsTr("Typewriter"), qsTr("Rise"), qsTr("Bounce"), qsTr("Wave")]
     readonly property var eases: ["linear", "easeOut", "easeInOut", "back"]
+    readonly property var easeLabels: [qsTr("Linear"), qsTr("Ease out"), qsTr("Ease in and out"), qsTr("Overshoot")]
     readonly property var units: ["block", "word", "character", "line"]
+    readonly property var unitLabels: [qsTr("Whole text"), qsTr("Word"), qsTr("Character"), qsTr("Line")]
+    readonly property var orders: ["forward", "backward", "centerOut", "random"]
+    readonly property var orderLabels: [qsTr("Forward"), qsTr("Backward"), qsTr("From the centre"), qsTr("Random")]
     readonly property var rules: ["none", "firstWord", "lastWord", "everyOther", "everyNth", "longestWord",
                                   "randomStable", "karaoke"]
+    readonly property var ruleLabels: [qsTr("None"), qsTr("First word"), qsTr("Last word"), qsTr("Every other word"),
+                                       qsTr("Every Nth word"), qsTr("Longest word"), qsTr("Random words"),
+                                       qsTr("Karaoke")]
+    readonly property var accent: style.accent || ({})
+    readonly property var wordHighlight: style.wordHighlight || ({})
 
     function patch(key, value) {
         const change = {}
         change[key] = value
         EditorState.setTextStyle(trackIndex, clipIndex, change)
     }
+    // A patch of one key inside a group: patchGroup(["accent", "highlight"], "enabled", true).
     function patchGroup(group, key, value) {
-        const change = {}
-        change[group] = {}
-        change[group][key] = value
+        const path = Array.isArray(group) ? group : [group]
+        let inner = {}
+        inner[key] = value
+        for (let i = path.length - 1; i >= 0; --i) {
+            const outer = {}
+            outer[path[i]] = inner
+            inner = outer
+        }
+        EditorState.setTextStyle(trackIndex, clipIndex, inner)
+    }
+    // The reveal unit, stagger and order belong to the entering and the leaving animation alike.
+    function patchBothAnimations(key, value) {
+        const change = { animIn: {}, animOut: {} }
+        change.animIn[key] = value
+        change.animOut[key] = value
         EditorState.setTextStyle(trackIndex, clipIndex, change)
     }
 
@@ -44,18 +69,59 @@ InspectorPage {
         checked: page.style[key] === true
         onToggled: page.patch(key, checked)
     }
+    // A combo over enum words, shown by their labels; `write` sends the chosen word.
     component Choice : ColumnLayout {
+        id: choice
         property alias label: caption.text
-        property string key: ""
         property var options: []
+        property var labels: options
+        property string current: ""
+        property var write: function (word) {}
         Layout.fillWidth: true
         spacing: 2
-        FieldLabel { id: caption }
+        FieldLabel { id: caption; visible: text.length > 0 }
         ThemedComboBox {
+            objectName: "choiceCombo"
             Layout.fillWidth: true
-            model: parent.options
-            currentIndex: Math.max(0, parent.options.indexOf(page.style[parent.key]))
-            onActivated: i => page.patch(parent.key, parent.options[i])
+            model: choice.labels
+            currentIndex: Math.max(0, choice.options.indexOf(choice.current))
+            onActivated: i => choice.write(choice.options[i])
+        }
+    }
+    component FlatChoice : Choice {
+        property string key: ""
+        current: page.style[key] || ""
+        write: word => page.patch(key, word)
+    }
+    // One animation, entering or leaving: its kind, duration and ease. The clip's map holds them
+    // flat under the group's name ("animInKind"), the patch sends them grouped.
+    component AnimationRow : ColumnLayout {
+        id: anim
+        property string group: ""
+        property alias label: kindChoice.label
+        Layout.fillWidth: true
+        spacing: Theme.spacingSm
+        Choice {
+            id: kindChoice
+            objectName: anim.group + "Kind"
+            options: page.anims
+            labels: page.animLabels
+            current: page.style[anim.group + "Kind"] || ""
+            write: word => page.patchGroup(anim.group, "kind", word)
+        }
+        StyleSlider {
+            objectName: anim.group + "Duration"
+            label: qsTr("Duration (s)")
+            from: 0; to: 60; stepSize: 0.05
+            value: (page.style[anim.group + "DurationUs"] || 0) / 1e6
+            onCommitted: v => page.patchGroup(anim.group, "duration", v)
+        }
+        Choice {
+            label: qsTr("Ease")
+            options: page.eases
+            labels: page.easeLabels
+            current: page.style[anim.group + "Ease"] || ""
+            write: word => page.patchGroup(anim.group, "ease", word)
         }
     }
 
@@ -91,16 +157,27 @@ InspectorPage {
     Colour { objectName: "textColor"; label: qsTr("Color"); key: "color" }
     // 4. Style
     SectionTitle { text: qsTr("Style") }
-    Toggle { text: qsTr("Bold"); key: "bold" }
+    ThemedSwitch {
+        // Bold is the weight; the saved style keeps no separate flag for it.
+        Layout.fillWidth: true
+        text: qsTr("Bold")
+        checked: (page.style.fontWeight || 400) >= 600
+        onToggled: page.patch("fontWeight", checked ? 700 : 400)
+    }
     Toggle { text: qsTr("Italic"); key: "italic" }
-    Choice { label: qsTr("Alignment"); key: "align"; options: ["left", "center", "right"] }
-    Choice { label: qsTr("Vertical alignment"); key: "valign"; options: ["top", "middle", "bottom"] }
+    FlatChoice {
+        label: qsTr("Alignment"); key: "align"
+        options: ["left", "center", "right"]; labels: [qsTr("Left"), qsTr("Centre"), qsTr("Right")]
+    }
+    FlatChoice {
+        label: qsTr("Vertical alignment"); key: "valign"
+        options: ["top", "middle", "bottom"]; labels: [qsTr("Top"), qsTr("Middle"), qsTr("Bottom")]
+    }
     Number_ { label: qsTr("Line height"); key: "lineHeight"; from: 0.5; to: 3; stepSize: 0.05 }
     Number_ { label: qsTr("Letter spacing"); key: "letterSpacing"; from: -20; to: 100; stepSize: 0.5; decimals: 1 }
     Toggle { text: qsTr("Word wrap"); key: "wordWrap" }
     // 5. Decorations
     SectionTitle { text: qsTr("Outline") }
-    Toggle { text: qsTr("Outline"); key: "outlineEnabled" }
     Number_ { label: qsTr("Width"); key: "outlineWidth"; from: 0; to: 50; stepSize: 0.5; decimals: 1 }
     Colour { label: qsTr("Outline color"); key: "outlineColor" }
     SectionTitle { text: qsTr("Shadow") }
@@ -120,6 +197,30 @@ InspectorPage {
     Number_ { label: qsTr("Radius"); key: "glowRadius"; from: 0; to: 100; stepSize: 1; decimals: 0 }
     Number_ { label: qsTr("Opacity"); key: "glowOpacity"; from: 0; to: 1; stepSize: 0.01 }
     Colour { label: qsTr("Glow colour"); key: "glowColor" }
+    SectionTitle { text: qsTr("Word highlight") }
+    ThemedSwitch {
+        Layout.fillWidth: true
+        text: qsTr("Word highlight")
+        checked: page.wordHighlight.enabled === true
+        onToggled: page.patchGroup("wordHighlight", "enabled", checked)
+    }
+    StyleSlider {
+        label: qsTr("Thickness")
+        from: 0; to: 100; stepSize: 1; decimals: 0
+        value: page.wordHighlight.padding || 0
+        onCommitted: v => page.patchGroup("wordHighlight", "padding", v)
+    }
+    StyleSlider {
+        label: qsTr("Corner radius")
+        from: 0; to: 200; stepSize: 1; decimals: 0
+        value: page.wordHighlight.radius || 0
+        onCommitted: v => page.patchGroup("wordHighlight", "radius", v)
+    }
+    ColorField {
+        label: qsTr("Highlight colour")
+        color: page.wordHighlight.color || "#ffffff"
+        onColorEdited: c => page.patchGroup("wordHighlight", "color", c)
+    }
     SectionTitle { text: qsTr("Underline") }
     Toggle { text: qsTr("Underline"); key: "underlineEnabled" }
     Number_ { label: qsTr("Thickness"); key: "underlineWidth"; from: 0; to: 100; stepSize: 1; decimals: 0 }
@@ -127,55 +228,73 @@ InspectorPage {
     Colour { label: qsTr("Underline colour"); key: "underlineColor" }
     // 6. Word accent
     SectionTitle { text: qsTr("Word accent") }
-    ThemedComboBox {
-        Layout.fillWidth: true
-        readonly property var accent: page.style.accent || ({})
-        model: page.rules
-        currentIndex: Math.max(0, page.rules.indexOf(accent.rule))
-        onActivated: i => page.patchGroup("accent", "rule", page.rules[i])
+    Choice {
+        options: page.rules
+        labels: page.ruleLabels
+        current: page.accent.rule || ""
+        write: word => page.patchGroup("accent", "rule", word)
     }
     StyleSlider {
         label: qsTr("n")
         from: 1; to: 16; stepSize: 1; decimals: 0
-        value: (page.style.accent || {}).n || 1
+        value: page.accent.n || 1
         onCommitted: v => page.patchGroup("accent", "n", Math.round(v))
     }
     ColorField {
         label: qsTr("Accent colour")
-        color: (page.style.accent || {}).color || "#ffffff"
-        onColorEdited: c => page.patchGroup("accent", "color", c)
+        color: page.accent.color || "#ffffff"
+        // Choosing a colour is asking for it, so it also switches the accent colour on.
+        onColorEdited: c => EditorState.setTextStyle(page.trackIndex, page.clipIndex,
+                                                     { accent: { color: c, colorEnabled: true } })
     }
     StyleSlider {
         label: qsTr("Accent size")
         from: 0.25; to: 4; stepSize: 0.05
-        value: (page.style.accent || {}).sizeScale || 1
+        value: page.accent.sizeScale || 1
         onCommitted: v => page.patchGroup("accent", "sizeScale", v)
+    }
+    ThemedSwitch {
+        Layout.fillWidth: true
+        text: qsTr("Accent outline")
+        checked: page.accent.outlineEnabled === true
+        onToggled: page.patchGroup("accent", "outlineEnabled", checked)
+    }
+    StyleSlider {
+        label: qsTr("Accent outline width")
+        from: 0; to: 100; stepSize: 1; decimals: 0
+        value: page.accent.outlineWidth || 0
+        onCommitted: v => page.patchGroup("accent", "outlineWidth", v)
+    }
+    ThemedSwitch {
+        Layout.fillWidth: true
+        text: qsTr("Accent pill")
+        checked: (page.accent.highlight || {}).enabled === true
+        onToggled: page.patchGroup(["accent", "highlight"], "enabled", checked)
     }
     // 7. Animation
     SectionTitle { text: qsTr("Animation") }
-    Choice { label: qsTr("In"); key: "animInKind"; options: page.anims }
-    Choice { label: qsTr("In ease"); key: "animInEase"; options: page.eases }
-    StyleSlider {
-        label: qsTr("In duration (s)")
-        from: 0; to: 60; stepSize: 0.05
-        value: (page.style.animInDurationUs || 0) / 1e6
-        onCommitted: v => page.patch("animInDurationUs", Math.round(v * 1e6))
+    AnimationRow { group: "animIn"; label: qsTr("In") }
+    AnimationRow { group: "animOut"; label: qsTr("Out") }
+    Choice {
+        objectName: "animUnit"
+        label: qsTr("By")
+        options: page.units
+        labels: page.unitLabels
+        current: page.style.animInUnit || ""
+        write: word => page.patchBothAnimations("unit", word)
     }
-    Choice { label: qsTr("Out"); key: "animOutKind"; options: page.anims }
-    Choice { label: qsTr("Out ease"); key: "animOutEase"; options: page.eases }
     StyleSlider {
-        label: qsTr("Out duration (s)")
-        from: 0; to: 60; stepSize: 0.05
-        value: (page.style.animOutDurationUs || 0) / 1e6
-        onCommitted: v => page.patch("animOutDurationUs", Math.round(v * 1e6))
+        objectName: "animStagger"
+        label: qsTr("Stagger (s)")
+        from: 0; to: 2; stepSize: 0.01
+        value: (page.style.animInStaggerUs || 0) / 1e6
+        onCommitted: v => page.patchBothAnimations("stagger", v)
     }
-    FieldLabel { text: qsTr("By") }
-    ThemedComboBox {
-        Layout.fillWidth: true
-        model: page.units
-        currentIndex: Math.max(0, page.units.indexOf(page.style.animInUnit))
-        // The reveal unit belongs to both animations at once.
-        onActivated: i => EditorState.setTextStyle(page.trackIndex, page.clipIndex,
-                                                   { animInUnit: page.units[i], animOutUnit: page.units[i] })
+    Choice {
+        label: qsTr("Order")
+        options: page.orders
+        labels: page.orderLabels
+        current: page.style.animInOrder || ""
+        write: word => page.patchBothAnimations("order", word)
     }
 }
