@@ -1,4 +1,5 @@
 #include "audiofx/BasicProcessors.h"
+#include "audiofx/DelayRing.h"
 
 #include <gtest/gtest.h>
 
@@ -105,6 +106,36 @@ TEST(Biquad, MatchesTheDirectFormAcrossBlockLengths)
                 for (std::size_t i = 0; i < input.size(); ++i)
                     ASSERT_NEAR(planar[ch][i], expected[i], c[5]) << "channel " << ch << " frame " << i;
             }
+        }
+    }
+}
+
+// The block path must give what pop-then-push gives sample by sample, across many turns of the
+// ring, for a whole and a fractional delay, shorter and longer than a block.
+TEST(DelayRing, BlockPathMatchesSampleBySample)
+{
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> uniform(-1.0f, 1.0f);
+    for (const float delay : {7.0f, 300.25f, 1500.5f}) {
+        DelayRing blocks;
+        DelayRing samples;
+        blocks.prepare(1, 2000, 1024);
+        samples.prepare(1, 2000, 1024);
+        const DelayRing::Tap tap = blocks.tap(delay);
+        const auto mix = [](float dry, float delayed) { return 0.5f * delayed + dry; };
+        for (std::size_t length : {1024, 333, 1, 1000, 1024, 17, 1024, 1024, 999, 1024, 1024, 1024}) {
+            std::vector<float> block(length);
+            for (float &sample : block)
+                sample = uniform(random);
+            std::vector<float> expected(length);
+            for (std::size_t i = 0; i < length; ++i) {
+                const float dry = 0.8f * block[i];
+                const float delayed = samples.pop(0, tap);
+                samples.push(0, dry);
+                expected[i] = mix(dry, delayed);
+            }
+            ASSERT_TRUE(blocks.popPushBlock(0, tap, 0.8f, block.data(), length, mix));
+            ASSERT_EQ(block, expected) << "delay " << delay << " block of " << length;
         }
     }
 }
