@@ -133,22 +133,26 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
             out[i] += gain * samples[i];
         return;
     }
+    // The factors are worked out one at a time over the whole block, each a tight loop, and
+    // multiplied in the order a single frame's gain would be.
     const TimeUs *offsetsUs = frameOffsetsUs(frames, sampleRate);
-    for (int i = 0; i < frames; ++i) {
-        const float left = samples[2 * i];
-        const float right = samples[2 * i + 1];
-        if (left == 0.0f && right == 0.0f)
+    m_frameGains.assign(std::size_t(frames), steadyGain);
+    double *gains = m_frameGains.data();
+    if (fades)
+        applyClipFadeGains(clip, timeUs, offsetsUs, frames, gains);
+    for (int i = 0; i < frames && (volume || transitions); ++i) {
+        // Keys and transitions are looked up per frame; silent frames need neither.
+        if (samples[2 * i] == 0.0f && samples[2 * i + 1] == 0.0f)
             continue;
         const TimeUs t = timeUs + offsetsUs[i];
-        double gain = steadyGain;
-        if (fades)
-            gain *= clipFadeGain(clip, t);
         if (volume)
-            gain *= clipVolumeGain(clip, t);
+            gains[i] *= clipVolumeGain(clip, t);
         if (transitions)
-            gain *= transitionAudioGain(windows, clip.id, t);
-        out[2 * i] += float(gain * left);
-        out[2 * i + 1] += float(gain * right);
+            gains[i] *= transitionAudioGain(windows, clip.id, t);
+    }
+    for (int i = 0; i < frames; ++i) {
+        out[2 * i] += float(gains[i] * samples[2 * i]);
+        out[2 * i + 1] += float(gains[i] * samples[2 * i + 1]);
     }
 }
 

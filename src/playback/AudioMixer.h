@@ -103,6 +103,7 @@ private:
     QHash<QString, std::shared_ptr<ClipReadState>> m_readStates;
     std::vector<float> m_clipBlock;
     std::vector<TimeUs> m_offsetsUs;
+    std::vector<double> m_frameGains;
     int m_offsetsRate = 0;
 };
 
