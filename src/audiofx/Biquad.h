@@ -4,35 +4,22 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
-#include <utility>
 #include <vector>
 
 namespace orvel {
 
 // One second-order filter section over every channel of a block. The coefficients are JUCE's
-// (b0, b1, b2, a1, a2, already divided by a0).
-//
-// Run sample by sample, every output waits for the one before it, so the filter is bound by
-// the latency of a multiply and a subtract per sample however wide the processor is. Here the
-// feed-forward half (b0, b1, b2) runs first over a run of inputs, where nothing depends on an
-// earlier output, and the feedback half is then solved four outputs at a time: each group of
-// four is a fixed linear mix of its four feed-forward values and of the two outputs before the
-// group, so the chain from group to group is one multiply and two adds for four samples. Two
-// channels are stepped together so that their chains overlap. The result equals the direct
-// form up to float rounding.
-//
-// History that has decayed to almost nothing is flushed to zero at the end of a block, as JUCE
-// does, so silence never turns into denormals.
+// (b0, b1, b2, a1, a2, already divided by a0); the loop is the direct form, which keeps the last
+// two inputs and outputs. Each output waits only on one multiply and one subtract of the output
+// before it, where the transposed form JUCE runs chains four operations, and two channels are
+// stepped together so that the processor overlaps their work. History that has decayed to almost
+// nothing is flushed to zero at the end of a block, as JUCE does, so silence never turns into
+// denormals.
 class Biquad
 {
 public:
     // The history is kept, so a sweep does not click.
-    void setCoefficients(const float *raw)
-    {
-        std::copy_n(raw, 5, m_c.begin());
-        buildGroupTables();
-    }
+    void setCoefficients(const float *raw) { std::copy_n(raw, 5, m_c.begin()); }
     void prepare(std::uint32_t channels) { m_history.assign(std::size_t(channels) * 4, 0.0f); }
     void reset() { std::fill(m_history.begin(), m_history.end(), 0.0f); }
 
@@ -44,15 +31,10 @@ public:
         for (; c + 1 < channels; c += 2)
             processPair(block.channel(c), block.channel(c + 1), &m_history[4 * c], block.frameCount);
         if (c < channels)
-            processPair(block.channel(c), nullptr, &m_history[4 * c], block.frameCount);
+            processOne(block.channel(c), &m_history[4 * c], block.frameCount);
     }
 
 private:
-    using Lanes = float __attribute__((vector_size(16)));
-    static constexpr std::size_t kGroup = 4;
-    // Frames of feed-forward values worked out ahead of the feedback, on the stack.
-    static constexpr std::size_t kRun = 256;
-
     // x1, x2, y1, y2 of one channel.
     struct History
     {
@@ -70,119 +52,38 @@ private:
         h[3] = flushed(s.y2);
     }
 
-    // Output k of a group is sum over j <= k of h[k - j] w[j], plus p[k] y1 + q[k] y2, where h is
-    // the impulse response of the feedback alone and y1, y2 are the outputs before the group.
-    void buildGroupTables()
+    float step(History &s, float in) const
     {
-        const double a1 = m_c[3];
-        const double a2 = m_c[4];
-        std::array<double, kGroup> h{};
-        std::array<double, kGroup> p{};
-        std::array<double, kGroup> q{};
-        double pPrev = 1.0, pPrev2 = 0.0, qPrev = 0.0, qPrev2 = 1.0;
-        for (std::size_t k = 0; k < kGroup; ++k) {
-            h[k] = k == 0 ? 1.0 : k == 1 ? -a1 : -a1 * h[k - 1] - a2 * h[k - 2];
-            p[k] = -a1 * pPrev - a2 * pPrev2;
-            q[k] = -a1 * qPrev - a2 * qPrev2;
-            pPrev2 = std::exchange(pPrev, p[k]);
-            qPrev2 = std::exchange(qPrev, q[k]);
-        }
-        for (std::size_t j = 0; j < kGroup; ++j) {
-            for (std::size_t k = 0; k < kGroup; ++k)
-                m_columns[j][k] = k >= j ? float(h[k - j]) : 0.0f;
-        }
-        for (std::size_t k = 0; k < kGroup; ++k) {
-            m_p[k] = float(p[k]);
-            m_q[k] = float(q[k]);
-        }
-    }
-
-    // The feed-forward values of frames inputs into w, and the inputs' history moved on.
-    void feedForward(const float *x, float *w, std::size_t frames, History &s) const
-    {
-        const float b0 = m_c[0], b1 = m_c[1], b2 = m_c[2];
-        w[0] = x[0] * b0 + s.x1 * b1 + s.x2 * b2;
-        if (frames > 1)
-            w[1] = x[1] * b0 + x[0] * b1 + s.x1 * b2;
-        for (std::size_t i = 2; i < frames; ++i)
-            w[i] = x[i] * b0 + x[i - 1] * b1 + x[i - 2] * b2;
-        s.x2 = frames > 1 ? x[frames - 2] : s.x1;
-        s.x1 = x[frames - 1];
-    }
-
-    // The group tables, copied out of the object so that the loops keep them in registers.
-    struct GroupTables
-    {
-        std::array<Lanes, kGroup> columns;
-        Lanes p;
-        Lanes q;
-    };
-
-    static Lanes groupOutputs(const GroupTables &g, const float *w, const History &s)
-    {
-        Lanes in;
-        std::memcpy(&in, w, sizeof in);
-        const Lanes forward =
-            (g.columns[0] * in[0] + g.columns[1] * in[1]) + (g.columns[2] * in[2] + g.columns[3] * in[3]);
-        return forward + (g.p * s.y1 + g.q * s.y2);
-    }
-
-    static void storeGroup(float *out, const Lanes &y, History &s)
-    {
-        std::memcpy(out, &y, sizeof y);
-        s.y1 = y[3];
-        s.y2 = y[2];
-    }
-
-    float feedbackStep(float w, History &s) const
-    {
-        const float out = (w - s.y2 * m_c[4]) - s.y1 * m_c[3];
+        const auto [b0, b1, b2, a1, a2] = m_c;
+        const float out = ((in * b0 + s.x1 * b1 + s.x2 * b2) - s.y2 * a2) - s.y1 * a1;
+        s.x2 = s.x1;
+        s.x1 = in;
         s.y2 = s.y1;
         s.y1 = out;
         return out;
     }
 
-    // y may be null for a single channel.
+    void processOne(float *x, float *history, std::size_t frames) const
+    {
+        History s = load(history);
+        for (std::size_t i = 0; i < frames; ++i)
+            x[i] = step(s, x[i]);
+        store(history, s);
+    }
+
     void processPair(float *x, float *y, float *history, std::size_t frames) const
     {
         History s = load(history);
-        History t = y ? load(history + 4) : History{};
-        const GroupTables g{m_columns, m_p, m_q};
-        alignas(16) float wx[kRun];
-        alignas(16) float wy[kRun];
-        for (std::size_t start = 0; start < frames; start += kRun) {
-            const std::size_t count = std::min(kRun, frames - start);
-            float *xs = x + start;
-            float *ys = y ? y + start : nullptr;
-            feedForward(xs, wx, count, s);
-            if (ys)
-                feedForward(ys, wy, count, t);
-            std::size_t i = 0;
-            for (; i + kGroup <= count; i += kGroup) {
-                const Lanes outX = groupOutputs(g, wx + i, s);
-                if (ys) {
-                    const Lanes outY = groupOutputs(g, wy + i, t);
-                    storeGroup(ys + i, outY, t);
-                }
-                storeGroup(xs + i, outX, s);
-            }
-            for (; i < count; ++i) {
-                xs[i] = feedbackStep(wx[i], s);
-                if (ys)
-                    ys[i] = feedbackStep(wy[i], t);
-            }
+        History t = load(history + 4);
+        for (std::size_t i = 0; i < frames; ++i) {
+            x[i] = step(s, x[i]);
+            y[i] = step(t, y[i]);
         }
         store(history, s);
-        if (y)
-            store(history + 4, t);
+        store(history + 4, t);
     }
 
     std::array<float, 5> m_c{1.0f, 0.0f, 0.0f, 0.0f, 0.0f};
-    // Column j: what feed-forward value j of a group adds to each of the group's outputs.
-    std::array<Lanes, kGroup> m_columns{Lanes{1.0f, 0.0f, 0.0f, 0.0f}, Lanes{0.0f, 1.0f, 0.0f, 0.0f},
-                                        Lanes{0.0f, 0.0f, 1.0f, 0.0f}, Lanes{0.0f, 0.0f, 0.0f, 1.0f}};
-    Lanes m_p{0.0f, 0.0f, 0.0f, 0.0f};
-    Lanes m_q{0.0f, 0.0f, 0.0f, 0.0f};
     std::vector<float> m_history;
 };
 

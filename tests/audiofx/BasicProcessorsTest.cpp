@@ -64,10 +64,9 @@ TEST(GainProcessor, RampsToANewGainOver20Milliseconds)
     EXPECT_EQ(block.left[1999], 0.0f);
 }
 
-// The grouped filter must give what the plain recursion gives, whatever the block lengths, on a
-// lone channel and on a pair, for a gentle and a nearly unstable (20 Hz) section. The plain
-// recursion in float is itself 2e-3 off a double one for the second, and how far either drifts
-// depends on the order of its roundings, hence the looser bound there.
+// A filter section must follow the recursion worked in double whatever the block lengths, and
+// keep each channel's history apart, for a gentle and a nearly unstable (20 Hz) section. In float
+// the second drifts about 2e-3 from the double result, hence its looser bound.
 TEST(Biquad, MatchesTheDirectFormAcrossBlockLengths)
 {
     // b0, b1, b2, a1, a2, and the error allowed.
