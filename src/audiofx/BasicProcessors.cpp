@@ -80,7 +80,6 @@ void EchoProcessor::prepare(const AudioProcessSpec &spec)
     // A second of delay at this rate, with a little room for the interpolator.
     m_line.prepare(int(spec.numChannels), std::max(64, int(4 + 1.05 * spec.sampleRate)),
                    int(spec.maximumBlockSize));
-    m_delayed.assign(spec.maximumBlockSize, 0.0f);
     prepareSmoothed(m_decay, spec.sampleRate);
     prepareSmoothed(m_inGain, spec.sampleRate);
     prepareSmoothed(m_outGain, spec.sampleRate);
@@ -109,20 +108,16 @@ void EchoProcessor::process(const AudioBlockView &block)
     const float decay = m_decay.getTargetValue();
     const float inGain = m_inGain.getTargetValue();
     const float outGain = m_outGain.getTargetValue();
+    const auto mix = [decay, outGain](float dry, float delayed) { return (decay * delayed + dry) * outGain; };
     for (std::uint32_t c = 0; c < block.channelCount; ++c) {
         float *samples = block.channel(c);
-        for (std::size_t i = 0; i < block.frameCount; ++i)
-            samples[i] *= inGain;
-        if (m_line.popPushBlock(c, tap, samples, m_delayed.data(), block.frameCount)) {
-            for (std::size_t i = 0; i < block.frameCount; ++i)
-                samples[i] = (decay * m_delayed[i] + samples[i]) * outGain;
+        if (m_line.popPushBlock(c, tap, inGain, samples, block.frameCount, mix))
             continue;
-        }
         for (std::size_t i = 0; i < block.frameCount; ++i) {
-            const float dry = samples[i];
+            const float dry = inGain * samples[i];
             const float delayed = m_line.pop(c, tap);
             m_line.push(c, dry);
-            samples[i] = (decay * delayed + dry) * outGain;
+            samples[i] = mix(dry, delayed);
         }
     }
 }

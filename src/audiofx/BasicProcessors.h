@@ -46,7 +46,6 @@ public:
 
 private:
     DelayRing m_line;
-    std::vector<float> m_delayed; // one block read back from the line
     double m_sampleRate = 48000.0;
     float m_delayMs = 60.0f;
     SmoothedGain m_decay;

@@ -20,7 +20,6 @@ public:
     {
         m_maxDelay = float(std::max(maxDelaySamples, 1));
         m_maxBlock = std::size_t(std::max(maxBlockFrames, 0));
-        m_gather.assign(m_maxBlock + 1, 0.0f);
         std::uint32_t size = 4;
         while (size < std::uint32_t(maxDelaySamples) + 2 + std::uint32_t(m_maxBlock))
             size *= 2;
@@ -68,31 +67,49 @@ public:
     float pop(std::uint32_t channel, float delaySamples) { return pop(channel, tap(delaySamples)); }
 
     // What `frames` rounds of pop-then-push give, for a delay of at least one whole sample and a
-    // block no longer than prepared for: the block goes in first and is then read back in
-    // straight runs, which the compiler turns into vector code. False, doing nothing, otherwise.
-    bool popPushBlock(std::uint32_t channel, Tap tap, const float *in, float *out, std::size_t frames)
+    // block no longer than prepared for. Each sample of io is scaled by inGain and pushed; then
+    // io[i] becomes combine(io[i], pop i). The block goes in first and is then read back in
+    // straight runs of the line, which the compiler turns into vector code. False, doing
+    // nothing, otherwise.
+    template <typename Combine>
+    bool popPushBlock(std::uint32_t channel, Tap tap, float inGain, float *io, std::size_t frames,
+                      Combine combine)
     {
         if (tap.whole < 1 || frames > m_maxBlock)
             return false;
         float *line = m_samples.data() + channel * m_size;
-        const std::uint32_t write = m_write[channel];
-        const std::size_t first = std::min<std::size_t>(frames, m_size - (write & m_mask));
-        std::copy_n(in, first, line + (write & m_mask));
-        std::copy_n(in + first, frames - first, line);
+        const std::uint32_t write = m_write[channel] & m_mask;
+        const std::size_t first = std::min<std::size_t>(frames, m_size - write);
+        for (std::size_t i = 0; i < first; ++i)
+            line[write + i] = io[i] *= inGain;
+        for (std::size_t i = first; i < frames; ++i)
+            line[i - first] = io[i] *= inGain;
         m_write[channel] += std::uint32_t(frames);
 
-        // The sample before the first one read, then one per pop.
-        const std::uint32_t start = (m_read[channel] - tap.whole - 1) & m_mask;
-        const std::size_t count = frames + 1;
-        const std::size_t head = std::min<std::size_t>(count, m_size - start);
-        std::copy_n(line + start, head, m_gather.data());
-        std::copy_n(line, count - head, m_gather.data() + head);
+        // Pop i blends line[at + 1] towards line[at], at being the sample before the one read.
+        std::uint32_t at = (m_read[channel] - tap.whole - 1) & m_mask;
         m_read[channel] += std::uint32_t(frames);
-
-        const float *older = m_gather.data();
         const float fraction = tap.fraction;
-        for (std::size_t i = 0; i < frames; ++i)
-            out[i] = older[i + 1] + fraction * (older[i] - older[i + 1]);
+        for (std::size_t i = 0; i < frames;) {
+            const std::size_t run = std::min<std::size_t>(frames - i, m_size - 1 - at);
+            if (run == 0) { // the newer sample of this pop lies at the start of the line
+                io[i] = combine(io[i], line[0] + fraction * (line[at] - line[0]));
+                ++i;
+                at = 0;
+                continue;
+            }
+            const float *older = line + at;
+            float *out = io + i;
+            if (fraction == 0.0f) {
+                for (std::size_t k = 0; k < run; ++k)
+                    out[k] = combine(out[k], older[k + 1]);
+            } else {
+                for (std::size_t k = 0; k < run; ++k)
+                    out[k] = combine(out[k], older[k + 1] + fraction * (older[k] - older[k + 1]));
+            }
+            i += run;
+            at = (at + std::uint32_t(run)) & m_mask;
+        }
         return true;
     }
 
@@ -104,7 +121,6 @@ private:
     std::uint32_t m_size = 4;
     float m_maxDelay = 1.0f;
     std::size_t m_maxBlock = 0;
-    std::vector<float> m_gather;
 };
 
 } // namespace orvel

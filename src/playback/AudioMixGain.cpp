@@ -20,6 +20,26 @@ float softLimit(float sample)
     return std::copysign(std::min(limited, belowOne), sample);
 }
 
+namespace {
+
+// sin(x pi / 2) for x in 0..1 by its series up to the 15th power: within 1e-11 of std::sin,
+// far below what a float sample can show, at a fraction of its cost. Equal-power fades evaluate
+// it for every frame they cover.
+double quarterSine(double x)
+{
+    // 1 / (n (n + 1)) for the nested form y (1 - y^2 / 6 (1 - y^2 / 20 (1 - ...))).
+    constexpr double steps[] = {1.0 / 210.0, 1.0 / 156.0, 1.0 / 110.0, 1.0 / 72.0,
+                                1.0 / 42.0,  1.0 / 20.0,  1.0 / 6.0};
+    const double y = x * (std::numbers::pi / 2.0);
+    const double y2 = y * y;
+    double nested = 1.0;
+    for (const double step : steps)
+        nested = 1.0 - y2 * step * nested;
+    return y * nested;
+}
+
+} // namespace
+
 double fadeCurveValue(FadeCurve curve, double x)
 {
     switch (curve) {
@@ -28,7 +48,7 @@ double fadeCurveValue(FadeCurve curve, double x)
     case FadeCurve::smooth:
         return x * x * (3.0 - 2.0 * x);
     case FadeCurve::equalPower:
-        return std::sin(x * std::numbers::pi / 2.0);
+        return x >= 1.0 ? 1.0 : quarterSine(x);
     }
     return x;
 }
@@ -46,11 +66,55 @@ double clipFadeGain(const Clip &clip, TimeUs timeUs)
     const TimeUs remaining = clip.timelineDurationUs - local;
     if (clip.fadeOutUs > 0 && remaining < clip.fadeOutUs)
         out = double(remaining) / double(clip.fadeOutUs);
-    // Most of a clip lies outside its fades, where both ramps are 1 and every curve gives 1.
-    if (in >= 1.0 && out >= 1.0)
-        return 1.0;
-    return fadeCurveValue(clip.fadeCurve, std::clamp(in, 0.0, 1.0)) *
-           fadeCurveValue(clip.fadeCurve, std::clamp(out, 0.0, 1.0));
+    // A ramp at 1 gives 1 on every curve, so only a ramp below it is evaluated: most of a clip
+    // lies outside its fades, and inside one the other ramp is nearly always at 1.
+    double gain = 1.0;
+    if (in < 1.0)
+        gain *= fadeCurveValue(clip.fadeCurve, std::max(in, 0.0));
+    if (out < 1.0)
+        gain *= fadeCurveValue(clip.fadeCurve, std::max(out, 0.0));
+    return gain;
+}
+
+void applyClipFadeGains(const Clip &clip, TimeUs timeUs, const TimeUs *offsetsUs, int frames, double *gains)
+{
+    if (clip.fadeInUs <= 0 && clip.fadeOutUs <= 0)
+        return;
+    // The ramps first, as clipFadeGain works them out; then the curve over each in one loop
+    // without calls, so that the compiler can run several frames at once.
+    constexpr int kRun = 256;
+    double in[kRun];
+    double out[kRun];
+    const TimeUs duration = std::max(clip.timelineDurationUs, TimeUs(0));
+    for (int start = 0; start < frames; start += kRun) {
+        const int count = std::min(kRun, frames - start);
+        for (int i = 0; i < count; ++i) {
+            const TimeUs local =
+                std::clamp(timeUs + offsetsUs[start + i] - clip.timelineStartUs, TimeUs(0), duration);
+            const TimeUs remaining = clip.timelineDurationUs - local;
+            in[i] = clip.fadeInUs > 0 && local < clip.fadeInUs ? double(local) / double(clip.fadeInUs) : 1.0;
+            out[i] = clip.fadeOutUs > 0 && remaining < clip.fadeOutUs
+                         ? double(remaining) / double(clip.fadeOutUs)
+                         : 1.0;
+        }
+        double *g = gains + start;
+        switch (clip.fadeCurve) {
+        case FadeCurve::equalPower:
+            for (int i = 0; i < count; ++i) {
+                const double a = in[i] < 1.0 ? quarterSine(std::max(in[i], 0.0)) : 1.0;
+                const double b = out[i] < 1.0 ? quarterSine(std::max(out[i], 0.0)) : 1.0;
+                g[i] *= a * b;
+            }
+            break;
+        default:
+            for (int i = 0; i < count; ++i) {
+                const double a = in[i] < 1.0 ? fadeCurveValue(clip.fadeCurve, std::max(in[i], 0.0)) : 1.0;
+                const double b = out[i] < 1.0 ? fadeCurveValue(clip.fadeCurve, std::max(out[i], 0.0)) : 1.0;
+                g[i] *= a * b;
+            }
+            break;
+        }
+    }
 }
 
 double clipVolumeGain(const Clip &clip, TimeUs timeUs)

@@ -20,6 +20,8 @@ float softLimit(float sample);
 double fadeCurveValue(FadeCurve curve, double x);
 // The product of the fade-in and fade-out gains at timeline time t; 1 without fades.
 double clipFadeGain(const Clip &clip, TimeUs timeUs);
+// Multiplies gains[i] by clipFadeGain at timeUs + offsetsUs[i], for frames frames.
+void applyClipFadeGains(const Clip &clip, TimeUs timeUs, const TimeUs *offsetsUs, int frames, double *gains);
 // The clip's volume keyframes at t, clamped to 0..2; 1 when it has none.
 double clipVolumeGain(const Clip &clip, TimeUs timeUs);
 

@@ -133,28 +133,46 @@ void AudioMixer::mixClip(const Clip &clip, const QList<AudioTransitionWindow> &w
             out[i] += gain * samples[i];
         return;
     }
-    for (int i = 0; i < frames; ++i) {
-        const float left = samples[2 * i];
-        const float right = samples[2 * i + 1];
-        if (left == 0.0f && right == 0.0f)
+    // The factors are worked out one at a time over the whole block, each a tight loop, and
+    // multiplied in the order a single frame's gain would be.
+    const TimeUs *offsetsUs = frameOffsetsUs(frames, sampleRate);
+    m_frameGains.assign(std::size_t(frames), steadyGain);
+    double *gains = m_frameGains.data();
+    if (fades)
+        applyClipFadeGains(clip, timeUs, offsetsUs, frames, gains);
+    for (int i = 0; i < frames && (volume || transitions); ++i) {
+        // Keys and transitions are looked up per frame; silent frames need neither.
+        if (samples[2 * i] == 0.0f && samples[2 * i + 1] == 0.0f)
             continue;
-        const TimeUs t = timeUs + framesToUs(i, sampleRate);
-        double gain = steadyGain;
-        if (fades)
-            gain *= clipFadeGain(clip, t);
+        const TimeUs t = timeUs + offsetsUs[i];
         if (volume)
-            gain *= clipVolumeGain(clip, t);
+            gains[i] *= clipVolumeGain(clip, t);
         if (transitions)
-            gain *= transitionAudioGain(windows, clip.id, t);
-        out[2 * i] += float(gain * left);
-        out[2 * i + 1] += float(gain * right);
+            gains[i] *= transitionAudioGain(windows, clip.id, t);
     }
+    for (int i = 0; i < frames; ++i) {
+        out[2 * i] += float(gains[i] * samples[2 * i]);
+        out[2 * i + 1] += float(gains[i] * samples[2 * i + 1]);
+    }
+}
+
+const TimeUs *AudioMixer::frameOffsetsUs(int frameCount, int sampleRate)
+{
+    // The same few block shapes come back every block, and a 64-bit division per frame was a
+    // good part of the cost of a fade.
+    if (m_offsetsRate != sampleRate || m_offsetsUs.size() < std::size_t(frameCount)) {
+        m_offsetsRate = sampleRate;
+        m_offsetsUs.resize(std::max(m_offsetsUs.size(), std::size_t(frameCount)));
+        for (std::size_t i = 0; i < m_offsetsUs.size(); ++i)
+            m_offsetsUs[i] = framesToUs(qint64(i), sampleRate);
+    }
+    return m_offsetsUs.data();
 }
 
 const float *AudioMixer::processedClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate)
 {
     // One buffer for every clip of every block: mixing allocates nothing once it has grown.
-    m_clipBlock.assign(std::size_t(frameCount) * 2, 0.0f);
+    m_clipBlock.resize(std::size_t(frameCount) * 2);
     float *samples = m_clipBlock.data();
     if (clip.audioEffects.isEmpty()) {
         readClipInto(clip, timeUs, frameCount, sampleRate, samples);
@@ -234,11 +252,24 @@ QList<float> AudioMixer::readClipSamples(const Clip &clip, TimeUs timeUs, int fr
 
 void AudioMixer::readClipInto(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate, float *result)
 {
-    if (frameCount < 1 || sampleRate < 1)
+    if (frameCount < 1)
         return;
+    // Only what the read left out is cleared: a block inside the clip is written whole.
+    const WrittenFrames written = readClipFrames(clip, timeUs, frameCount, sampleRate, result);
+    const int first = std::clamp(written.offset, 0, frameCount);
+    const int end = std::clamp(written.offset + std::max(written.frames, 0), first, frameCount);
+    std::fill(result, result + 2 * std::size_t(first), 0.0f);
+    std::fill(result + 2 * std::size_t(end), result + 2 * std::size_t(frameCount), 0.0f);
+}
+
+AudioMixer::WrittenFrames AudioMixer::readClipFrames(const Clip &clip, TimeUs timeUs, int frameCount,
+                                                     int sampleRate, float *result)
+{
+    if (frameCount < 1 || sampleRate < 1)
+        return {};
     const TimeUs blockEndUs = timeUs + framesToUs(frameCount, sampleRate);
     if (blockEndUs <= clip.timelineStartUs || timeUs >= clip.timelineEndUs())
-        return;
+        return {};
     const TimeUs startUs = std::max(timeUs, clip.timelineStartUs);
     const int offset = int((startUs - timeUs) * sampleRate / 1'000'000);
     const int count = std::max(frameCount - offset, 1);
@@ -248,10 +279,10 @@ void AudioMixer::readClipInto(const Clip &clip, TimeUs timeUs, int frameCount, i
     const std::shared_ptr<ClipReadState> state = readStateFor(clip.id);
     if (speed != 1.0 && !clip.reverse && !clip.speedCurve.isActive()) {
         // A constant speed played forwards streams through one kept filter.
-        readRetimed(clip, *state, startUs, speed, sampleRate, std::min(count, frameCount - offset),
-                    result + 2 * offset);
+        const int taken = readRetimed(clip, *state, startUs, speed, sampleRate,
+                                      std::min(count, frameCount - offset), result + 2 * offset);
         state->nextTimelineUs = blockEndUs;
-        return;
+        return {offset, taken};
     }
     state->nextTimelineUs = -1;
     const int sourceFrames = std::max(int(std::llround(count * speed)), 1);
@@ -262,14 +293,13 @@ void AudioMixer::readClipInto(const Clip &clip, TimeUs timeUs, int frameCount, i
 
     if (speed == 1.0 && !clip.reverse) {
         // The common case: straight from the read-ahead buffer into the block.
-        state->source.read(clip.path, sourceStartUs, std::min(count, frameCount - offset), sampleRate,
-                           result + 2 * offset);
-        return;
+        return {offset, state->source.read(clip.path, sourceStartUs, std::min(count, frameCount - offset),
+                                           sampleRate, result + 2 * offset)};
     }
     QList<float> samples(2 * sourceFrames, 0.0f);
     const int read = state->source.read(clip.path, sourceStartUs, sourceFrames, sampleRate, samples.data());
     if (read < 1)
-        return;
+        return {};
     if (clip.reverse)
         reverseFrames(samples, read);
     if (speed != 1.0)
@@ -277,10 +307,11 @@ void AudioMixer::readClipInto(const Clip &clip, TimeUs timeUs, int frameCount, i
     const int available = int(samples.size() / 2);
     const int copy = std::min({count, available, frameCount - offset});
     std::copy_n(samples.constData(), 2 * std::max(copy, 0), result + 2 * offset);
+    return {offset, copy};
 }
 
-void AudioMixer::readRetimed(const Clip &clip, ClipReadState &state, TimeUs startUs, double speed,
-                             int sampleRate, int frameCount, float *out)
+int AudioMixer::readRetimed(const Clip &clip, ClipReadState &state, TimeUs startUs, double speed,
+                            int sampleRate, int frameCount, float *out)
 {
     AudioRetimeStream &retime = state.retime;
     const bool contiguous = retime.isOpen() && retime.speed() == speed && retime.sampleRate() == sampleRate &&
@@ -291,7 +322,7 @@ void AudioMixer::readRetimed(const Clip &clip, ClipReadState &state, TimeUs star
         state.retimeFramesFed = 0;
         state.retimeSourceEnded = false;
         if (!retime.open(sampleRate, speed))
-            return;
+            return 0;
     }
     // The filter hands out audio in whole windows, so it is fed until a block's worth is waiting.
     const int step = std::max(int(std::llround(frameCount * speed)), 1);
@@ -306,7 +337,7 @@ void AudioMixer::readRetimed(const Clip &clip, ClipReadState &state, TimeUs star
             state.retimeSourceEnded = true;
         }
     }
-    retime.take(out, frameCount);
+    return retime.take(out, frameCount);
 }
 
 } // namespace orvel

@@ -77,12 +77,23 @@ private:
                  int sampleRate, float *out);
     // The clip's block after its rack, in a buffer the mixer reuses: valid until the next call.
     const float *processedClipSamples(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate);
-    // readClipSamples into a zeroed buffer of 2 x frameCount floats.
+    // readClipSamples into a buffer of 2 x frameCount floats; zeros wherever the clip gave nothing.
     void readClipInto(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate, float *result);
+    // The frames [offset, offset + frames) of the block that a read wrote; the rest is untouched.
+    struct WrittenFrames
+    {
+        int offset = 0;
+        int frames = 0;
+    };
+    WrittenFrames readClipFrames(const Clip &clip, TimeUs timeUs, int frameCount, int sampleRate,
+                                 float *result);
+    // framesToUs of 0..frameCount-1 at the rate, kept from block to block.
+    const TimeUs *frameOffsetsUs(int frameCount, int sampleRate);
     std::shared_ptr<AudioEffectRack> rackFor(const QString &clipId);
     std::shared_ptr<ClipReadState> readStateFor(const QString &clipId);
-    void readRetimed(const Clip &clip, ClipReadState &state, TimeUs startUs, double speed, int sampleRate,
-                     int frameCount, float *out);
+    // Returns the frames written to out.
+    int readRetimed(const Clip &clip, ClipReadState &state, TimeUs startUs, double speed, int sampleRate,
+                    int frameCount, float *out);
 
     const Project *m_project = nullptr;
     EffectSpecResolver m_resolveEffects;
@@ -91,6 +102,9 @@ private:
     QHash<QString, std::shared_ptr<AudioEffectRack>> m_racks;
     QHash<QString, std::shared_ptr<ClipReadState>> m_readStates;
     std::vector<float> m_clipBlock;
+    std::vector<TimeUs> m_offsetsUs;
+    std::vector<double> m_frameGains;
+    int m_offsetsRate = 0;
 };
 
 } // namespace orvel

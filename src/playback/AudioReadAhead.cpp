@@ -78,7 +78,7 @@ bool AudioReadAhead::extend(const QString &path, TimeUs sourceStartUs, int frame
     const int kept = int(m_frames - offset);
     const int wanted = std::max(readAheadChunkFrames(sampleRate, frameCount), frameCount - kept);
     std::copy(m_samples.begin() + offset * 2, m_samples.begin() + qint64(m_frames) * 2, m_samples.begin());
-    m_samples.resize(std::size_t(kept + wanted) * 2);
+    reserveFrames(kept + wanted);
     const int decoded =
         std::max(ClipReaderPool::instance().decodeAudio(path, decodeFromUs, wanted, sampleRate,
                                                         m_samples.data() + std::size_t(kept) * 2),
@@ -94,11 +94,19 @@ void AudioReadAhead::fill(const QString &path, TimeUs chunkStartUs, int chunkFra
     m_path = path;
     m_sampleRate = sampleRate;
     m_startUs = chunkStartUs;
-    m_samples.assign(std::size_t(chunkFrames) * 2, 0.0f);
+    reserveFrames(chunkFrames);
     m_frames = std::max(
         ClipReaderPool::instance().decodeAudio(path, chunkStartUs, chunkFrames, sampleRate, m_samples.data()),
         0);
     m_endOfFile = m_frames < chunkFrames;
+}
+
+void AudioReadAhead::reserveFrames(int frames)
+{
+    // Only the first m_frames frames are ever read, and the decoder writes the rest, so the
+    // buffer only grows and is never cleared: clearing it cost as much as copying the blocks out.
+    if (m_samples.size() < std::size_t(frames) * 2)
+        m_samples.resize(std::size_t(frames) * 2);
 }
 
 qint64 AudioReadAhead::offsetFrames(TimeUs sourceStartUs) const

@@ -26,6 +26,8 @@ private:
     bool extend(const QString &path, TimeUs sourceStartUs, int frameCount, int sampleRate);
     void fill(const QString &path, TimeUs chunkStartUs, int chunkFrames, int sampleRate);
     qint64 offsetFrames(TimeUs sourceStartUs) const;
+    // Room for at least frames frames; what is there already stays.
+    void reserveFrames(int frames);
 
     QString m_path;
     int m_sampleRate = 0;
