@@ -16,7 +16,7 @@ if(ORVEL_SANITIZE)
 endif()
 
 # Defines every Orvel library the same way: a static library with warnings on and its own folder
-# as the public include root, so headers are included as "core/document/Project.h" style paths
+# as the public include root, so headers are included as "core/document/model/Project.h" style paths
 # relative to src/.
 function(orvel_add_library target)
   add_library(${target} STATIC ${ARGN})

@@ -1,6 +1,6 @@
 // libFuzzer target: the project JSON reader on arbitrary text, then a write and a second read,
 // which must give the same document as the first.
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QJsonDocument>
 

@@ -2,8 +2,8 @@
 // each package's thumbnail.png; converts each package's .cube LUT into the strip picture its
 // shader samples. Usage: orvel-effect-thumbnails <packages/effects>
 #include "catalog/EffectCatalog.h"
-#include "render/GpuEffectExecutor.h"
-#include "render/TimeEcho.h"
+#include "render/effects/GpuEffectExecutor.h"
+#include "render/effects/TimeEcho.h"
 
 #include <QDir>
 #include <QFile>

@@ -2,9 +2,9 @@
 // compositor, at eight even steps of progress, and writes each package's preview_strip.png: the
 // eight square frames side by side. Usage: orvel-transition-strips <packages/transitions>
 #include "catalog/TransitionCatalog.h"
-#include "render/CatalogEffectHooks.h"
-#include "render/GlRuntime.h"
-#include "render/GpuCompositor.h"
+#include "render/effects/CatalogEffectHooks.h"
+#include "render/gl/GlRuntime.h"
+#include "render/compositor/GpuCompositor.h"
 
 #include <QDir>
 #include <QGuiApplication>

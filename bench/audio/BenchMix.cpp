@@ -4,7 +4,7 @@
 // time, decoder threads included, so that sharing the machine does not move it much. The row
 // "all" is the full load; the rows "plain", "effects", "speed" and "gains" switch on one part
 // at a time, to show where the time goes.
-#include "playback/AudioMixer.h"
+#include "playback/audio/AudioMixer.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,8 +1,8 @@
 // Cost of evaluating keyframes and speed-curve mappings, the two per-frame, per-clip calls of the
 // render path. A curved keyframe segment is compared with a straight one in the same run.
-#include "core/document/ClipTiming.h"
-#include "core/document/Keyframes.h"
-#include "core/document/SpeedCurve.h"
+#include "core/document/timing/ClipTiming.h"
+#include "core/document/animation/Keyframes.h"
+#include "core/document/timing/SpeedCurve.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,8 +4,8 @@
 #include "BenchProjects.h"
 
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 
 #include <QJsonDocument>
 

@@ -2,8 +2,8 @@
 // memory a shareable copy of 1 GiB of media needs.
 #include "BenchProjects.h"
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 #include "output/ProjectContainer.h"
 
 #include <QDir>

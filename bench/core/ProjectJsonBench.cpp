@@ -1,7 +1,7 @@
 // Cost of saving and loading a large project compared with the bare JSON parse of the same file.
 #include "BenchProjects.h"
 
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QJsonDocument>
 

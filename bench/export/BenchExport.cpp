@@ -4,7 +4,7 @@
 //
 // Needs a display for OpenGL (xvfb-run -a here). The media are generated once into
 // $ORVEL_BENCH_MEDIA (default /tmp/bench-media) by bench-1/make-media.sh.
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,7 +1,7 @@
 // Decoding throughput and latency of ClipReader on a generated 1080p30 H.264 file, each figure
 // measured next to its reference in the same run: the ffmpeg CLI decoding the same file with one
 // thread, and real time for audio.
-#include "media/ClipReader.h"
+#include "media/decode/ClipReader.h"
 
 #include <QString>
 #include <QTemporaryDir>

@@ -1,7 +1,7 @@
 // Import throughput of AssetLibrary on 100 short clips, against running ffprobe over the same
 // files one after the other. Posters and strips are timed apart, since ffprobe makes none.
-#include "media/AssetLibrary.h"
-#include "media/Thumbnails.h"
+#include "media/assets/AssetLibrary.h"
+#include "media/assets/Thumbnails.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,7 +1,7 @@
 // Memory of the decoder pool: many 1080p files touched once each and then left alone must not
 // keep their decoders, threads and frames. Reports resident memory in MiB before, while the
 // files are open, and after the pool has released them.
-#include "media/ClipReaderPool.h"
+#include "media/decode/ClipReaderPool.h"
 
 #include <QDir>
 #include <QFile>

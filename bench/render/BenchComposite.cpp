@@ -3,12 +3,12 @@
 // decodes are waited for first, so the time splits into decoding, scene building, GL drawing and
 // read-back. Needs a display with OpenGL (run under xvfb-run); on llvmpipe the frame rate is
 // informational and the shares show where the time goes.
-#include "core/document/ClipTiming.h"
-#include "core/document/Keyframes.h"
-#include "media/ClipReaderPool.h"
-#include "render/FrameCompositor.h"
-#include "render/GlRuntime.h"
-#include "render/GpuCompositor.h"
+#include "core/document/timing/ClipTiming.h"
+#include "core/document/animation/Keyframes.h"
+#include "media/decode/ClipReaderPool.h"
+#include "render/scene/FrameCompositor.h"
+#include "render/gl/GlRuntime.h"
+#include "render/compositor/GpuCompositor.h"
 
 #include <QDir>
 #include <QFile>

@@ -3,10 +3,10 @@
 // with OpenGL and the effect packages beside the program; on llvmpipe the numbers are
 // informational.
 #include "catalog/EffectCatalog.h"
-#include "render/CatalogEffectHooks.h"
-#include "render/GlRuntime.h"
-#include "render/GpuCompositor.h"
-#include "render/GpuEffectHooks.h"
+#include "render/effects/CatalogEffectHooks.h"
+#include "render/gl/GlRuntime.h"
+#include "render/compositor/GpuCompositor.h"
+#include "render/effects/GpuEffectHooks.h"
 
 #include <QImage>
 #include <QLinearGradient>

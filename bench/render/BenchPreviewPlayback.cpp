@@ -6,7 +6,7 @@
 //   quality_fps            frames per second in quality mode, which shows every frame
 // Needs a display with OpenGL (run under xvfb-run); on llvmpipe the figures are informational.
 #include "playback/PlaybackEngine.h"
-#include "render/GlRuntime.h"
+#include "render/gl/GlRuntime.h"
 
 #include <QDir>
 #include <QElapsedTimer>

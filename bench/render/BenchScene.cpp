@@ -1,8 +1,8 @@
 // Building the scene of one 1920x1080 frame with eight video layers whose frames the decoders
 // already hold, so only the scene building itself is measured: keyframes, opacity, transitions
 // and collecting the cached NV12 frames. Reported as scene_build_us, the mean per frame.
-#include "core/document/Keyframes.h"
-#include "render/FrameCompositor.h"
+#include "core/document/animation/Keyframes.h"
+#include "render/scene/FrameCompositor.h"
 
 #include <QDir>
 #include <QFile>

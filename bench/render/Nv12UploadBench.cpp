@@ -1,7 +1,7 @@
 // NV12 to RGBA for one 1920x1080 frame: the GL runtime's shader conversion with read-back,
 // against a plain CPU libswscale conversion of the same frames, in the same run. Needs a display
 // with OpenGL (run it under xvfb-run); on llvmpipe the figures are informational.
-#include "render/GlRuntime.h"
+#include "render/gl/GlRuntime.h"
 
 #include <benchmark/benchmark.h>
 

@@ -6,8 +6,8 @@
 // paints), scene graph sync and render with the swap.
 #include "core/BenchProjects.h"
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>

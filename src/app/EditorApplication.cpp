@@ -10,13 +10,13 @@
 #include "catalog/PackageRoots.h"
 #include "catalog/TransitionCatalog.h"
 #include "core/controller/AppController.h"
-#include "media/AssetLibrary.h"
+#include "media/assets/AssetLibrary.h"
 #include "ml/DenoiseScratch.h"
-#include "playback/AudioMixer.h"
-#include "playback/ClipPreviewPlayer.h"
+#include "playback/audio/AudioMixer.h"
+#include "playback/preview/ClipPreviewPlayer.h"
 #include "playback/PreviewItem.h"
-#include "render/CatalogEffectHooks.h"
-#include "render/GlRuntime.h"
+#include "render/effects/CatalogEffectHooks.h"
+#include "render/gl/GlRuntime.h"
 
 #include <QApplication>
 #include <QDir>

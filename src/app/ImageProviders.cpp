@@ -2,7 +2,7 @@
 
 #include "catalog/TextPresets.h"
 #include "ml/SegmentFrameStore.h"
-#include "playback/ClipPreviewFrameStore.h"
+#include "playback/preview/ClipPreviewFrameStore.h"
 #include "render/text/TextRaster.h"
 
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "audiofx/ChainProcessor.h"
-#include "core/document/Types.h"
+#include "core/document/model/Types.h"
 
 #include <QList>
 #include <QMap>

@@ -2,7 +2,7 @@
 
 #include "audiofx/AudioEffectRack.h"
 #include "catalog/EffectPackage.h"
-#include "core/document/Project.h"
+#include "core/document/model/Project.h"
 
 #include <QList>
 #include <QPair>

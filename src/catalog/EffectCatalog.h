@@ -1,7 +1,7 @@
 #pragma once
 
 #include "catalog/EffectPackage.h"
-#include "core/document/Project.h"
+#include "core/document/model/Project.h"
 
 #include <QList>
 #include <QMutex>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "catalog/TransitionPackage.h"
-#include "core/document/Project.h"
+#include "core/document/model/Project.h"
 
 #include <QList>
 #include <QMutex>

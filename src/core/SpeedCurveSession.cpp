@@ -1,7 +1,7 @@
 #include "core/SpeedCurveSession.h"
 
-#include "core/document/ClipTiming.h"
-#include "core/document/Retiming.h"
+#include "core/document/timing/ClipTiming.h"
+#include "core/document/timing/Retiming.h"
 
 #include <QVariantMap>
 

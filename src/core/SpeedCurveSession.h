@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/document/Project.h"
-#include "core/document/SpeedCurve.h"
-#include "playback/AbstractClipPreviewPlayer.h"
+#include "core/document/model/Project.h"
+#include "core/document/timing/SpeedCurve.h"
+#include "playback/preview/AbstractClipPreviewPlayer.h"
 
 #include <QObject>
 #include <QSize>

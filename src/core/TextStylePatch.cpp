@@ -1,9 +1,9 @@
 #include "core/TextStylePatch.h"
 
 #include "core/EditValues.h"
-#include "core/document/ClipEditing.h"
-#include "core/document/EnumStrings.h"
-#include "core/document/ProjectJson.h"
+#include "core/document/editing/ClipEditing.h"
+#include "core/document/model/EnumStrings.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <algorithm>
 #include <cmath>

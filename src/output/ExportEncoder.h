@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/VideoColour.h"
+#include "media/frames/VideoColour.h"
 #include "output/ExportJob.h"
 #include "output/ExportSettings.h"
 

@@ -2,8 +2,8 @@
 
 #include "catalog/TransitionCatalog.h"
 #include "output/ExportEncoder.h"
-#include "playback/AudioMixer.h"
-#include "render/FrameCompositor.h"
+#include "playback/audio/AudioMixer.h"
+#include "render/scene/FrameCompositor.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/document/Types.h"
+#include "core/document/model/Types.h"
 
 #include <QMutex>
 

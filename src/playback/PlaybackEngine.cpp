@@ -1,8 +1,8 @@
 #include "playback/PlaybackEngine.h"
 
-#include "render/CompositorService.h"
-#include "render/CompositorWorker.h"
-#include "render/GlRuntime.h"
+#include "render/compositor/CompositorService.h"
+#include "render/compositor/CompositorWorker.h"
+#include "render/gl/GlRuntime.h"
 
 #include <QMutexLocker>
 #include <QSettings>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "core/document/Project.h"
-#include "playback/AudioMixer.h"
-#include "playback/PlaybackAudioOutput.h"
+#include "core/document/model/Project.h"
+#include "playback/audio/AudioMixer.h"
+#include "playback/audio/PlaybackAudioOutput.h"
 #include "playback/PlaybackClock.h"
-#include "render/FrameCompositor.h"
-#include "render/GpuFrameTexture.h"
+#include "render/scene/FrameCompositor.h"
+#include "render/gl/GpuFrameTexture.h"
 
 #include <QMutex>
 #include <QObject>

@@ -5,7 +5,7 @@
 #include "MainWindowTest.h"
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QDir>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #include "app/ImageProviders.h"
 #include "ml/SegmentFrameStore.h"
-#include "playback/ClipPreviewFrameStore.h"
+#include "playback/preview/ClipPreviewFrameStore.h"
 
 #include <QTemporaryDir>
 #include <QUrl>

@@ -2,7 +2,7 @@
 
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
-#include "media/AssetLibrary.h"
+#include "media/assets/AssetLibrary.h"
 
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>

@@ -4,10 +4,10 @@
 #include "MainWindowTest.h"
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 #include "playback/PlaybackEngine.h"
-#include "render/CompositorService.h"
+#include "render/compositor/CompositorService.h"
 
 #include <QDir>
 #include <QJsonDocument>

@@ -4,7 +4,7 @@
 #include "MainWindowTest.h"
 #include "app/EditorApplication.h"
 #include "core/controller/AppController.h"
-#include "media/AssetLibrary.h"
+#include "media/assets/AssetLibrary.h"
 
 #include <QDir>
 #include <QQmlApplicationEngine>

@@ -3,7 +3,7 @@
 // minimum sizes.
 #include "../media/TestMedia.h"
 #include "MainWindowTest.h"
-#include "playback/ClipPreviewPlayer.h"
+#include "playback/preview/ClipPreviewPlayer.h"
 
 #include <QDir>
 #include <QJsonArray>

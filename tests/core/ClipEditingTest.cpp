@@ -1,8 +1,8 @@
 // The pure edit arithmetic: snapping, placement, the split core, trims at their limits, merge
 // rules and the timeline normalisation.
-#include "core/document/ClipEditing.h"
-#include "core/document/ClipTiming.h"
-#include "core/document/TimelineNormalise.h"
+#include "core/document/editing/ClipEditing.h"
+#include "core/document/timing/ClipTiming.h"
+#include "core/document/editing/TimelineNormalise.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 // Shared builders for the controller suites. Documents are assembled as plain values and loaded
 // through the same JSON path a saved file takes, so every suite starts from what a user could open.
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 
 #include <QJsonDocument>
 #include <QUndoStack>

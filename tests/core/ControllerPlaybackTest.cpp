@@ -3,7 +3,7 @@
 #include "ControllerFixture.h"
 
 #include "playback/PlaybackEngine.h"
-#include "render/CompositorService.h"
+#include "render/compositor/CompositorService.h"
 
 #include <QSettings>
 #include <QSignalSpy>

@@ -4,7 +4,7 @@
 #include "ControllerFixture.h"
 #include "ProjectJsonFixtures.h"
 #include "core/AppPaths.h"
-#include "media/MediaProbe.h"
+#include "media/assets/MediaProbe.h"
 #include "output/ProjectContainer.h"
 
 #include <QDir>

@@ -2,7 +2,7 @@
 // player standing in for the decoding one.
 #include "ControllerFixture.h"
 #include "core/SpeedCurveSession.h"
-#include "core/document/ClipTiming.h"
+#include "core/document/timing/ClipTiming.h"
 
 #include <QSignalSpy>
 

@@ -3,8 +3,8 @@
 // an edge moves.
 #include "SpeedCurveFixtures.h"
 
-#include "core/document/ClipEditing.h"
-#include "core/document/ClipTiming.h"
+#include "core/document/editing/ClipEditing.h"
+#include "core/document/timing/ClipTiming.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 #include "AnimationReference.h"
 
-#include "core/document/ClipProperties.h"
-#include "core/document/KeyframeEasing.h"
-#include "core/document/Keyframes.h"
-#include "core/document/Retiming.h"
+#include "core/document/animation/ClipProperties.h"
+#include "core/document/animation/KeyframeEasing.h"
+#include "core/document/animation/Keyframes.h"
+#include "core/document/timing/Retiming.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/document/Project.h"
-#include "core/document/ProjectJson.h"
+#include "core/document/model/Project.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QDateTime>
 #include <QJsonDocument>

@@ -1,4 +1,4 @@
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 
 #include "ProjectJsonFixtures.h"
 

@@ -1,5 +1,5 @@
-#include "core/document/ProjectJson.h"
-#include "core/document/EnumStrings.h"
+#include "core/document/json/ProjectJson.h"
+#include "core/document/model/EnumStrings.h"
 
 #include "ProjectJsonFixtures.h"
 

@@ -1,4 +1,4 @@
-#include "core/document/Project.h"
+#include "core/document/model/Project.h"
 
 #include <QUuid>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 // Builders of speed curves shared by the speed curve suites.
-#include "core/document/SpeedCurve.h"
+#include "core/document/timing/SpeedCurve.h"
 
 #include <random>
 

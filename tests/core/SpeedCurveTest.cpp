@@ -1,8 +1,8 @@
 #include "AnimationReference.h"
 #include "SpeedCurveFixtures.h"
 
-#include "core/document/ClipTiming.h"
-#include "core/document/SpeedCurve.h"
+#include "core/document/timing/ClipTiming.h"
+#include "core/document/timing/SpeedCurve.h"
 
 #include <gtest/gtest.h>
 

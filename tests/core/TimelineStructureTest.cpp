@@ -1,8 +1,8 @@
 // Pure rules behind the structural edits: transition partners, durations, windows and weights;
 // canvas pinning and crop; track words and index moves.
 #include "ControllerFixture.h"
-#include "core/document/ProjectSetup.h"
-#include "core/document/Transitions.h"
+#include "core/document/model/ProjectSetup.h"
+#include "core/document/editing/Transitions.h"
 
 using namespace fixture;
 

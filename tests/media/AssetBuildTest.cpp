@@ -1,5 +1,5 @@
-#include "media/AssetBuild.h"
-#include "media/Thumbnails.h"
+#include "media/assets/AssetBuild.h"
+#include "media/assets/Thumbnails.h"
 
 #include "TestMedia.h"
 

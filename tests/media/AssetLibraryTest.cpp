@@ -1,6 +1,6 @@
-#include "media/AssetLibrary.h"
-#include "media/ClipReaderPool.h"
-#include "media/Thumbnails.h"
+#include "media/assets/AssetLibrary.h"
+#include "media/decode/ClipReaderPool.h"
+#include "media/assets/Thumbnails.h"
 
 #include "TestMedia.h"
 

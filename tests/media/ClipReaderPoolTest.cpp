@@ -1,7 +1,7 @@
 #include "TestMedia.h"
 
-#include "media/ClipReaderPool.h"
-#include "media/ClipReaderWorker.h"
+#include "media/decode/ClipReaderPool.h"
+#include "media/decode/ClipReaderWorker.h"
 
 #include <gtest/gtest.h>
 

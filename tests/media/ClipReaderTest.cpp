@@ -1,6 +1,6 @@
 #include "TestMedia.h"
 
-#include "media/ClipReader.h"
+#include "media/decode/ClipReader.h"
 
 #include <gtest/gtest.h>
 

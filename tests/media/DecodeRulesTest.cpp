@@ -1,5 +1,5 @@
-#include "media/DecodeRules.h"
-#include "media/FrameCaches.h"
+#include "media/decode/DecodeRules.h"
+#include "media/frames/FrameCaches.h"
 
 #include <gtest/gtest.h>
 

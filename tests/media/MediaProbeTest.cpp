@@ -1,4 +1,4 @@
-#include "media/MediaProbe.h"
+#include "media/assets/MediaProbe.h"
 
 #include "TestMedia.h"
 

@@ -3,8 +3,8 @@
 // time by ffprobe's timestamps, samples by where they fit in ffmpeg's decode.
 #include "TestMedia.h"
 
-#include "media/ClipReader.h"
-#include "media/MediaProbe.h"
+#include "media/decode/ClipReader.h"
+#include "media/assets/MediaProbe.h"
 
 #include <gtest/gtest.h>
 

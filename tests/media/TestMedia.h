@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/Nv12Frame.h"
+#include "media/frames/Nv12Frame.h"
 
 #include <QImage>
 #include <QString>

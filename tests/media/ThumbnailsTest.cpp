@@ -1,6 +1,6 @@
-#include "media/Thumbnails.h"
-#include "media/AssetBuild.h"
-#include "media/MediaProbe.h"
+#include "media/assets/Thumbnails.h"
+#include "media/assets/AssetBuild.h"
+#include "media/assets/MediaProbe.h"
 
 #include "TestMedia.h"
 

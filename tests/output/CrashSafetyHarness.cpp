@@ -5,8 +5,8 @@
 #include "core/AppPaths.h"
 #include "core/Recovery.h"
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 #include "output/ProjectContainer.h"
 
 #include <QDateTime>

@@ -2,7 +2,7 @@
 // one-piece file, Ctrl-C, and a file size limit standing in for a disk that fills.
 #include "ExportTestSupport.h"
 
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QCryptographicHash>
 #include <QFile>

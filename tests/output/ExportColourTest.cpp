@@ -1,11 +1,11 @@
 // Colour through the whole chain: a generated source is decoded, composited on the GPU, encoded
 // and decoded again, and must come back as it went in; the small pictures must agree with it.
 #include "ExportTestSupport.h"
-#include "media/ClipReaderPool.h"
-#include "media/Thumbnails.h"
-#include "media/VideoFrameGrabber.h"
+#include "media/decode/ClipReaderPool.h"
+#include "media/assets/Thumbnails.h"
+#include "media/frames/VideoFrameGrabber.h"
 #include "output/ExportJob.h"
-#include "render/FrameCompositor.h"
+#include "render/scene/FrameCompositor.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

@@ -1,8 +1,8 @@
 #include "ToneFiles.h"
 
 #include "audiofx/AudioEffectRegistry.h"
-#include "playback/AudioMixer.h"
-#include "playback/AudioRetime.h"
+#include "playback/audio/AudioMixer.h"
+#include "playback/audio/AudioRetime.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "ToneFiles.h"
 
-#include "playback/AudioMixer.h"
-#include "playback/PlaybackAudioOutput.h"
+#include "playback/audio/AudioMixer.h"
+#include "playback/audio/PlaybackAudioOutput.h"
 #include "playback/PlaybackClock.h"
 #include "playback/PlaybackEngine.h"
 

@@ -2,8 +2,8 @@
 // would, and the kept speed filter must sound like one uninterrupted run of atempo.
 #include "ToneFiles.h"
 
-#include "playback/AudioMixer.h"
-#include "playback/AudioRetime.h"
+#include "playback/audio/AudioMixer.h"
+#include "playback/audio/AudioRetime.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // The custom speed window's player: the picture it publishes for each retimed time is the source
 // frame the clip's timing maps that time to, late pictures never replace newer ones, and its two
 // threads go away with it.
-#include "playback/ClipPreviewPlayer.h"
+#include "playback/preview/ClipPreviewPlayer.h"
 #include "../media/TestMedia.h"
-#include "core/document/SpeedCurve.h"
-#include "media/ClipReaderPool.h"
-#include "playback/ClipPreviewFrameStore.h"
+#include "core/document/timing/SpeedCurve.h"
+#include "media/decode/ClipReaderPool.h"
+#include "playback/preview/ClipPreviewFrameStore.h"
 
 #include <QDeadlineTimer>
 #include <QDir>

@@ -1,8 +1,8 @@
 // The engine's transport against a worker that stands in for the GPU and a steady clock that the
 // test moves by hand. No sound server is reachable, so the clock runs free.
 #include "playback/PlaybackEngine.h"
-#include "render/CompositorService.h"
-#include "render/CompositorWorker.h"
+#include "render/compositor/CompositorService.h"
+#include "render/compositor/CompositorWorker.h"
 
 #include <QMutex>
 #include <QSettings>

@@ -5,11 +5,11 @@
 #include "../render/SceneTestSupport.h"
 
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 #include "playback/PreviewItem.h"
-#include "render/CompositorService.h"
-#include "render/GlRuntime.h"
+#include "render/compositor/CompositorService.h"
+#include "render/gl/GlRuntime.h"
 
 #include <QDir>
 #include <QElapsedTimer>

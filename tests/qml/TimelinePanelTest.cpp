@@ -1,8 +1,8 @@
 // The timeline panel in a real window with the real controller and imported media: gestures
 // are sent as mouse and key events, and the results are read back from the document.
 #include "core/controller/AppController.h"
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 #include "media/TestMedia.h"
 
 #include <QJsonDocument>

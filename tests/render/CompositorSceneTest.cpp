@@ -1,8 +1,8 @@
 // Whole scenes: the blurred background, the crossfade, the effect chain's skip rules and the
 // preview's texture path.
 #include "CompositorTestSupport.h"
-#include "render/GlShaders.h"
-#include "render/GpuEffectHooks.h"
+#include "render/gl/GlShaders.h"
+#include "render/effects/GpuEffectHooks.h"
 
 #include <QOpenGLExtraFunctions>
 #include <QOpenGLShaderProgram>

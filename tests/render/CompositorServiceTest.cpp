@@ -1,8 +1,8 @@
 // The preview service's request handling: one composite in flight, the newest waiting request
 // wins, repeats are not drawn twice, and the adaptive scale follows late and on-time frames.
 // A worker that waits for the test's permission stands in for the GPU.
-#include "render/CompositorService.h"
-#include "render/CompositorWorker.h"
+#include "render/compositor/CompositorService.h"
+#include "render/compositor/CompositorWorker.h"
 
 #include <QMutex>
 #include <QSemaphore>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "GlRuntimeTestSupport.h"
-#include "render/GpuCompositor.h"
+#include "render/compositor/GpuCompositor.h"
 
 #include <QImage>
 

@@ -3,8 +3,8 @@
 #include "CompositorTestSupport.h"
 #include "SceneTestSupport.h"
 #include "catalog/EffectCatalog.h"
-#include "core/document/ProjectJson.h"
-#include "render/GpuEffectExecutor.h"
+#include "core/document/json/ProjectJson.h"
+#include "render/effects/GpuEffectExecutor.h"
 
 #include <QDir>
 #include <QJsonDocument>

@@ -2,10 +2,10 @@
 #include "../catalog/EffectPackageTestSupport.h"
 #include "CompositorTestSupport.h"
 #include "catalog/EffectCatalog.h"
-#include "render/CatalogEffectHooks.h"
-#include "render/EffectPipelineRunner.h"
-#include "render/GpuEffectExecutor.h"
-#include "render/GpuEffectHooks.h"
+#include "render/effects/CatalogEffectHooks.h"
+#include "render/effects/EffectPipelineRunner.h"
+#include "render/effects/GpuEffectExecutor.h"
+#include "render/effects/GpuEffectHooks.h"
 
 #include <QTemporaryDir>
 

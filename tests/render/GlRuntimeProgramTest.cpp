@@ -1,7 +1,7 @@
 // Built-in and pipeline programs: caching, failure messages and retries.
 #include "GlRuntimeTestSupport.h"
 
-#include "render/GlShaders.h"
+#include "render/gl/GlShaders.h"
 
 #include <QOpenGLExtraFunctions>
 #include <QOpenGLShaderProgram>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render/GlRuntime.h"
+#include "render/gl/GlRuntime.h"
 
 #include <QImage>
 #include <QMutex>

@@ -4,8 +4,8 @@
 // run is one process, since the runtime never starts twice.
 #include "TestMedia.h"
 
-#include "media/ClipReaderPool.h"
-#include "render/GlRuntime.h"
+#include "media/decode/ClipReaderPool.h"
+#include "render/gl/GlRuntime.h"
 
 #include <QEventLoop>
 #include <QGuiApplication>

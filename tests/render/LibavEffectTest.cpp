@@ -1,6 +1,6 @@
 // The CPU path through libavfilter against the ffmpeg tool running the same filter.
 #include "CompositorTestSupport.h"
-#include "render/CpuEffectChain.h"
+#include "render/effects/CpuEffectChain.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

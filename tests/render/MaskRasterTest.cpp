@@ -1,6 +1,6 @@
 // Mask rasters on the CPU: which pixels each kind covers, inversion, rotation and the feather,
 // against naive references written out here.
-#include "render/GpuCompositor.h"
+#include "render/compositor/GpuCompositor.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "../media/TestMedia.h"
 #include "SceneTestSupport.h"
 
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QDir>
 #include <QFile>

@@ -5,7 +5,7 @@
 #include "CompositorTestSupport.h"
 #include "SceneTestSupport.h"
 
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QDir>
 #include <QImage>

@@ -4,7 +4,7 @@
 #include "SceneTestSupport.h"
 
 #include "catalog/EffectPackage.h"
-#include "render/FrameCompositor.h"
+#include "render/scene/FrameCompositor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/document/Keyframes.h"
-#include "core/document/Project.h"
+#include "core/document/animation/Keyframes.h"
+#include "core/document/model/Project.h"
 
 #include <QRectF>
 

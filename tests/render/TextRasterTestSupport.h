@@ -1,7 +1,7 @@
 #pragma once
 
 // Measurements on painted text, made on the raster itself: where pixels of a colour lie.
-#include "core/document/Project.h"
+#include "core/document/model/Project.h"
 
 #include <QFont>
 #include <QFontMetricsF>

@@ -1,6 +1,6 @@
 #include "SceneTestSupport.h"
 
-#include "render/FrameCompositor.h"
+#include "render/scene/FrameCompositor.h"
 #include "render/text/TextRaster.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // The echo blend on both paths, and the history it is given, against sums worked out here.
-#include "render/TimeEcho.h"
+#include "render/effects/TimeEcho.h"
 #include "CompositorTestSupport.h"
 #include "catalog/EffectCatalog.h"
-#include "render/GpuEffectExecutor.h"
+#include "render/effects/GpuEffectExecutor.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

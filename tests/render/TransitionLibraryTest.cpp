@@ -3,8 +3,8 @@
 #include "../catalog/EffectPackageTestSupport.h"
 #include "CompositorTestSupport.h"
 #include "catalog/TransitionCatalog.h"
-#include "render/CatalogEffectHooks.h"
-#include "render/EffectPipelineRunner.h"
+#include "render/effects/CatalogEffectHooks.h"
+#include "render/effects/EffectPipelineRunner.h"
 
 #include <QDir>
 #include <QOpenGLExtraFunctions>

@@ -2,10 +2,10 @@
 // render farms and checking frames. All the work is the libraries'; this file only reads the
 // command line and the project file and reports.
 #include "app/cli/ExportCommands.h"
-#include "core/document/ProjectJson.h"
-#include "render/CatalogEffectHooks.h"
-#include "render/FrameCompositor.h"
-#include "render/SceneJson.h"
+#include "core/document/json/ProjectJson.h"
+#include "render/effects/CatalogEffectHooks.h"
+#include "render/scene/FrameCompositor.h"
+#include "render/scene/SceneJson.h"
 
 extern "C" {
 #include <libavutil/log.h>

@@ -1,9 +1,9 @@
 #include "core/bridge/BridgeMaps.h"
 
-#include "core/document/ClipProperties.h"
-#include "core/document/EnumStrings.h"
-#include "core/document/ProjectJson.h"
-#include "core/document/Transitions.h"
+#include "core/document/animation/ClipProperties.h"
+#include "core/document/model/EnumStrings.h"
+#include "core/document/json/ProjectJson.h"
+#include "core/document/editing/Transitions.h"
 
 #include <QStringList>
 

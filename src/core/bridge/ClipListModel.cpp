@@ -1,6 +1,6 @@
 #include "core/bridge/ClipListModel.h"
 
-#include "core/document/EnumStrings.h"
+#include "core/document/model/EnumStrings.h"
 
 namespace {
 double clipListSeconds(orvel::TimeUs us)

@@ -1,6 +1,6 @@
 #include "core/bridge/TimelineModel.h"
 
-#include "core/document/EnumStrings.h"
+#include "core/document/model/EnumStrings.h"
 
 TimelineModel::TimelineModel(QObject *parent) : QAbstractListModel(parent) {}
 

@@ -1,8 +1,8 @@
 #include "core/controller/AppController.h"
 
 #include "core/AppPaths.h"
-#include "media/AssetLibrary.h"
-#include "media/StillFrames.h"
+#include "media/assets/AssetLibrary.h"
+#include "media/frames/StillFrames.h"
 
 #include <QSettings>
 #include <QUrl>

@@ -6,8 +6,8 @@
 #include "core/bridge/BridgeMaps.h"
 #include "core/bridge/ClipListModel.h"
 #include "core/bridge/TimelineModel.h"
-#include "core/document/ClipEditing.h"
-#include "core/document/Project.h"
+#include "core/document/editing/ClipEditing.h"
+#include "core/document/model/Project.h"
 
 #include <QFuture>
 #include <QHash>
@@ -30,7 +30,7 @@
 #include <functional>
 #include <memory>
 
-#include "media/AssetLibrary.h"
+#include "media/assets/AssetLibrary.h"
 #include "playback/PlaybackEngine.h"
 
 // The editor's one controller: it owns the live Project, the undo stack and the editing state,

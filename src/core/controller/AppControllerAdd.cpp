@@ -3,7 +3,7 @@
 #include "core/controller/AppController.h"
 
 #include "catalog/TextPresets.h"
-#include "core/document/EnumStrings.h"
+#include "core/document/model/EnumStrings.h"
 
 #include <QFileInfo>
 #include <QFutureWatcher>

@@ -3,10 +3,10 @@
 #include "core/controller/AppController.h"
 
 #include "core/bridge/BridgeMaps.h"
-#include "core/document/ClipEditing.h"
-#include "core/document/ClipProperties.h"
-#include "core/document/EnumStrings.h"
-#include "core/document/ProjectSetup.h"
+#include "core/document/editing/ClipEditing.h"
+#include "core/document/animation/ClipProperties.h"
+#include "core/document/model/EnumStrings.h"
+#include "core/document/model/ProjectSetup.h"
 
 #include <QBitmap>
 #include <QCursor>

@@ -2,7 +2,7 @@
 // linked pairs.
 #include "core/controller/AppController.h"
 
-#include "core/document/ClipMerging.h"
+#include "core/document/editing/ClipMerging.h"
 
 #include <QHash>
 #include <QSet>

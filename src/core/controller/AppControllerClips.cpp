@@ -4,9 +4,9 @@
 #include "core/EditValues.h"
 #include "core/ProjectSnapshotCommand.h"
 #include "core/TextStylePatch.h"
-#include "core/document/EnumStrings.h"
-#include "core/document/ProjectJson.h"
-#include "core/document/TimelineNormalise.h"
+#include "core/document/model/EnumStrings.h"
+#include "core/document/json/ProjectJson.h"
+#include "core/document/editing/TimelineNormalise.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 // The document as JSON bytes: what a save writes and what a load reads.
 #include "core/controller/AppController.h"
 
-#include "core/document/ProjectJson.h"
-#include "media/AssetLibrary.h"
+#include "core/document/json/ProjectJson.h"
+#include "media/assets/AssetLibrary.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

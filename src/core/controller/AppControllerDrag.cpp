@@ -5,9 +5,9 @@
 
 #include "core/EditValues.h"
 #include "core/ProjectSnapshotCommand.h"
-#include "core/document/ClipProperties.h"
-#include "core/document/ClipTiming.h"
-#include "core/document/ProjectJson.h"
+#include "core/document/animation/ClipProperties.h"
+#include "core/document/timing/ClipTiming.h"
+#include "core/document/json/ProjectJson.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

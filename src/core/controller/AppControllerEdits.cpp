@@ -2,7 +2,7 @@
 #include "core/controller/AppController.h"
 
 #include "core/ProjectSnapshotCommand.h"
-#include "core/document/TimelineNormalise.h"
+#include "core/document/editing/TimelineNormalise.h"
 
 bool AppController::validClip(int trackIndex, int clipIndex) const
 {

@@ -2,8 +2,8 @@
 // on and off, what the keyframe graph reads, and which properties it hides.
 #include "core/controller/AppController.h"
 
-#include "core/document/ClipProperties.h"
-#include "core/document/KeyframeEasing.h"
+#include "core/document/animation/ClipProperties.h"
+#include "core/document/animation/KeyframeEasing.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,8 +2,8 @@
 #include "core/controller/AppController.h"
 
 #include "core/bridge/BridgeMaps.h"
-#include "core/document/EnumStrings.h"
-#include "core/document/ProjectSetup.h"
+#include "core/document/model/EnumStrings.h"
+#include "core/document/model/ProjectSetup.h"
 
 #include <QSettings>
 

@@ -3,7 +3,7 @@
 #include "core/controller/AppController.h"
 
 #include "core/AppPaths.h"
-#include "core/document/ProjectJson.h"
+#include "core/document/json/ProjectJson.h"
 #include "output/ProjectContainer.h"
 
 #include <QJsonDocument>

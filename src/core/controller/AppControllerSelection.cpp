@@ -2,7 +2,7 @@
 // every change of the document, and the edit capabilities derived from it.
 #include "core/controller/AppController.h"
 
-#include "core/document/ClipMerging.h"
+#include "core/document/editing/ClipMerging.h"
 
 #include <QVariantMap>
 

@@ -2,7 +2,7 @@
 // the inspector, and the custom speed session that draws a curve and applies it beside the clip.
 #include "core/controller/AppController.h"
 
-#include "core/document/ClipTiming.h"
+#include "core/document/timing/ClipTiming.h"
 
 #include <algorithm>
 #include <cmath>

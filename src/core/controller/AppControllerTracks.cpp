@@ -2,8 +2,8 @@
 #include "core/controller/AppController.h"
 
 #include "core/bridge/BridgeMaps.h"
-#include "core/document/ClipEditing.h"
-#include "core/document/ProjectSetup.h"
+#include "core/document/editing/ClipEditing.h"
+#include "core/document/model/ProjectSetup.h"
 
 #include <cmath>
 

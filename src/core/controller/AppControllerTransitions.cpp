@@ -4,8 +4,8 @@
 #include "catalog/TransitionCatalog.h"
 #include "core/bridge/BridgeMaps.h"
 #include "core/controller/ParameterMaps.h"
-#include "core/document/ClipEditing.h"
-#include "core/document/Transitions.h"
+#include "core/document/editing/ClipEditing.h"
+#include "core/document/editing/Transitions.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #include "render/text/TextLayers.h"
 
-#include "render/SceneLayers.h"
+#include "render/scene/SceneLayers.h"
 #include "render/text/TextRaster.h"
 #include "render/text/TextWords.h"
 
-#include "core/document/Keyframes.h"
+#include "core/document/animation/Keyframes.h"
 
 #include <algorithm>
 

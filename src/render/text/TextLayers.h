@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/document/Project.h"
-#include "render/GpuScene.h"
+#include "core/document/model/Project.h"
+#include "render/scene/GpuScene.h"
 #include "render/text/TextAnim.h"
 
 #include <QList>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/document/Project.h"
+#include "core/document/model/Project.h"
 
 #include <QList>
 #include <QString>
