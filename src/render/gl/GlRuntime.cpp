@@ -363,6 +363,10 @@ void GlRuntime::releaseAll()
         gl->glDeleteTextures(1, &entry.texture);
     m_imageTextures.clear();
     m_imageTextureIndex.clear();
+    for (Nv12PlaneSlot &slot : m_nv12Slots) {
+        gl->glDeleteTextures(2, slot.textures);
+        slot = {};
+    }
     for (orvel::GlFbo &slot : m_presentSlots)
         slot.reset();
     m_fboPool.clear();

@@ -77,6 +77,9 @@ public:
     static constexpr int kFboPoolCapacity = 32;
     static constexpr int kImageTextureCapacity = 48;
     static constexpr int kPresentSlotCount = 3;
+    // Plane texture pairs kept for NV12 uploads: a transition draws two videos per frame, and
+    // alternating between pairs lets one upload proceed while the other's draw is pending.
+    static constexpr int kNv12PlaneSlotCount = 2;
 
     // Made on first use; registers shutdown() to run when the application object goes away.
     static GlRuntime &instance();
@@ -167,6 +170,7 @@ private:
     void waitAndDeletePresentFence(int index);
     GLuint createRgbaTexture(const QImage &rgba);
     orvel::GlFbo imageTextureToFbo(GLuint texture, QSize imageSize);
+    bool uploadNv12Planes(const char *planes, int width, int height, GLuint *textures);
 
     QOpenGLContext *m_context = nullptr;
     QOffscreenSurface *m_surface = nullptr;
@@ -193,6 +197,14 @@ private:
     int m_presentNext = 0;
     std::list<ImageTextureEntry> m_imageTextures; // most recent first
     QHash<qint64, std::list<ImageTextureEntry>::iterator> m_imageTextureIndex;
+    struct Nv12PlaneSlot
+    {
+        int width = 0;
+        int height = 0;
+        GLuint textures[2] = {0, 0}; // Y, then interleaved UV
+    };
+    std::array<Nv12PlaneSlot, kNv12PlaneSlotCount> m_nv12Slots;
+    int m_nv12Next = 0;
     // Handed out by acquirePresentTarget when there is no context to draw with.
     orvel::GlFbo m_noPresentTarget;
 };

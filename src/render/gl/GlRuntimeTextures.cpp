@@ -74,15 +74,16 @@ GLuint GlRuntime::cachedImageTexture(const QImage &image)
 {
     if (!hasCurrentContext() || image.isNull())
         return 0;
-    // An image already in this format keeps its cacheKey through the conversion, so a still
-    // picture uploads once; any other format gets a new key on every call.
-    const QImage rgba = toStraightRgba(image);
-    const qint64 key = rgba.cacheKey();
+    // Keyed by the picture as handed in, before any conversion: cached text and scaled stills
+    // come premultiplied, and a key taken after converting them would be new on every frame,
+    // uploading the same picture again each time.
+    const qint64 key = image.cacheKey();
     auto hit = m_imageTextureIndex.find(key);
     if (hit != m_imageTextureIndex.end()) {
         m_imageTextures.splice(m_imageTextures.begin(), m_imageTextures, hit.value());
         return m_imageTextures.front().texture;
     }
+    const QImage rgba = toStraightRgba(image);
     const GLuint texture = createRgbaTexture(rgba);
     if (!texture)
         return 0;
@@ -179,25 +180,16 @@ orvel::GlFbo GlRuntime::nv12ToFbo(const QByteArray &bytes, int width, int height
         return {};
     }
     QOpenGLExtraFunctions *gl = m_context->extraFunctions();
-    const char *planes = bytes.constData();
-    // Made anew for every frame: the planes change each time and the sizes rarely stay put.
-    GLuint textures[2] = {
-        createPlaneTexture(gl, GL_R8, GL_RED, width, height, planes),
-        createPlaneTexture(gl, GL_RG8, GL_RG, width / 2, height / 2, planes + qint64(width) * height),
-    };
-    // Each chroma sample covers its two by two pixels as it is: interpolating would soften
-    // every colour edge, and the export, which averages those pixels back into one sample,
-    // would soften it again on every round trip.
-    gl->glBindTexture(GL_TEXTURE_2D, textures[1]);
-    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    gl->glBindTexture(GL_TEXTURE_2D, 0);
+    GLuint textures[2] = {0, 0};
+    if (!uploadNv12Planes(bytes.constData(), width, height, textures)) {
+        releaseFbo(fbo);
+        return {};
+    }
 
+    // The quad covers every pixel without blending, so the framebuffer needs no clear first.
     fbo.fbo->bind();
     gl->glViewport(0, 0, width, height);
     gl->glDisable(GL_BLEND);
-    gl->glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
-    gl->glClear(GL_COLOR_BUFFER_BIT);
     program->bind();
     program->setUniformValue("u_y", 0);
     program->setUniformValue("u_uv", 1);
@@ -213,6 +205,44 @@ orvel::GlFbo GlRuntime::nv12ToFbo(const QByteArray &bytes, int width, int height
     gl->glBindTexture(GL_TEXTURE_2D, 0);
     program->release();
     fbo.fbo->release();
-    gl->glDeleteTextures(2, textures);
     return fbo;
+}
+
+bool GlRuntime::uploadNv12Planes(const char *planes, int width, int height, GLuint *textures)
+{
+    QOpenGLExtraFunctions *gl = m_context->extraFunctions();
+    // The textures outlive the frame: a new texture makes the driver allocate and zero fresh
+    // memory for every decoded frame, which costs more than the copy of the pixels itself.
+    Nv12PlaneSlot &slot = m_nv12Slots[size_t(m_nv12Next)];
+    m_nv12Next = (m_nv12Next + 1) % kNv12PlaneSlotCount;
+    const char *chroma = planes + qint64(width) * height;
+    if (slot.width == width && slot.height == height && slot.textures[0] && slot.textures[1]) {
+        gl->glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        gl->glBindTexture(GL_TEXTURE_2D, slot.textures[0]);
+        gl->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, GL_RED, GL_UNSIGNED_BYTE, planes);
+        gl->glBindTexture(GL_TEXTURE_2D, slot.textures[1]);
+        gl->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width / 2, height / 2, GL_RG, GL_UNSIGNED_BYTE, chroma);
+        gl->glBindTexture(GL_TEXTURE_2D, 0);
+    } else {
+        gl->glDeleteTextures(2, slot.textures);
+        slot.width = width;
+        slot.height = height;
+        slot.textures[0] = createPlaneTexture(gl, GL_R8, GL_RED, width, height, planes);
+        slot.textures[1] = createPlaneTexture(gl, GL_RG8, GL_RG, width / 2, height / 2, chroma);
+        // Each chroma sample covers its two by two pixels as it is: interpolating would soften
+        // every colour edge, and the export, which averages those pixels back into one sample,
+        // would soften it again on every round trip.
+        gl->glBindTexture(GL_TEXTURE_2D, slot.textures[1]);
+        gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        gl->glBindTexture(GL_TEXTURE_2D, 0);
+    }
+    if (!slot.textures[0] || !slot.textures[1]) {
+        gl->glDeleteTextures(2, slot.textures);
+        slot = {};
+        return false;
+    }
+    textures[0] = slot.textures[0];
+    textures[1] = slot.textures[1];
+    return true;
 }
