@@ -194,9 +194,9 @@ protected:
     QQuickItem *panel = nullptr;
 };
 
-TEST_F(PropertiesPanelTest, AnAudioClipGetsEmptyStatesWhereItHasNothingToShow)
+TEST_F(PropertiesPanelTest, AnAudioClipGetsEmptyStatesAndItsRackSliderDragsAsOneGesture)
 {
-    addMediaClip(QStringLiteral("ramp.wav"));
+    const auto [track, clip] = addMediaClip(QStringLiteral("ramp.wav"));
     ASSERT_EQ(panel->property("kind").toString(), QStringLiteral("audio"));
     EXPECT_FALSE(tabIds().contains(QStringLiteral("text")));
     for (const char *tab : {"effects", "transform", "blending"}) {
@@ -208,6 +208,18 @@ TEST_F(PropertiesPanelTest, AnAudioClipGetsEmptyStatesWhereItHasNothingToShow)
         ASSERT_TRUE(empty) << tab;
         EXPECT_TRUE(empty->isVisible()) << tab;
     }
+    // A rack slider spans the package's range (the gate's ratio: 1 to 20, at 10) and keeps its
+    // item through the edits of its own drag, which end as one undo entry.
+    editor->addAudioEffect(track, clip, QStringLiteral("gate"));
+    showTab("audio");
+    QQuickItem *ratio = findItem(inspector(), QStringLiteral("audioParam_0_ratio"));
+    ASSERT_TRUE(ratio);
+    const int entries = editor->undoStack()->count();
+    dragSlider(ratio, 9.0 / 19.0, 0.25);
+    EXPECT_EQ(editor->undoStack()->count(), entries + 1);
+    EXPECT_NEAR(editor->project().tracks[track].clips[clip].audioEffects[0].parameters["ratio"].toDouble(),
+                5.75, 0.3);
+
     // The same tabs have their forms for a visual clip.
     addTextClip();
     showTab("transform");

@@ -1,5 +1,6 @@
 // The preview service's request handling: one composite in flight, the newest waiting request
-// wins, repeats are not drawn twice, and the adaptive scale follows late and on-time frames.
+// wins, repeats of one document are not drawn twice, and the adaptive scale follows late and
+// on-time frames.
 // A worker that waits for the test's permission stands in for the GPU.
 #include "render/CompositorService.h"
 #include "render/CompositorWorker.h"
@@ -110,6 +111,15 @@ TEST_F(CompositorServiceTest, NewestWaitingRequestWinsAndRepeatsAreNotDrawn)
     finishOne();
     EXPECT_EQ(compositeTimes().mid(2), (QList<TimeUs>{500 * kMs, 500 * kMs, 500 * kMs}));
     EXPECT_FALSE(service.isBusy());
+
+    // An edit while busy is drawn again at the same time: the frame in flight shows the old one.
+    request(500 * kMs);
+    service.invalidateSnapshot();
+    request(500 * kMs);
+    finishOne();
+    ASSERT_TRUE(service.isBusy());
+    finishOne();
+    EXPECT_EQ(compositeTimes().size(), 7);
 }
 
 TEST_F(CompositorServiceTest, LateFramesShrinkTheScaleAndOnTimeFramesRestoreIt)
