@@ -110,13 +110,6 @@ TEST_F(CompositorServiceTest, NewestWaitingRequestWinsAndRepeatsAreNotDrawn)
     finishOne();
     EXPECT_EQ(compositeTimes().mid(2), (QList<TimeUs>{500 * kMs, 500 * kMs, 500 * kMs}));
     EXPECT_FALSE(service.isBusy());
-
-    // An edit while busy is drawn again at the same time: the frame in flight shows the old one.
-    request(500 * kMs);
-    service.invalidateSnapshot();
-    request(500 * kMs);
-    finishOne();
-    EXPECT_TRUE(service.isBusy());
 }
 
 TEST_F(CompositorServiceTest, LateFramesShrinkTheScaleAndOnTimeFramesRestoreIt)
