@@ -95,6 +95,7 @@ void CompositorService::rememberDispatched(TimeUs timeUs, const FrameCompositor:
     m_lastEchoLimit = options.maxEchoFrames;
     m_lastReadAheadUs = options.readAheadUs;
     m_lastExcludedClipId = options.excludedClipId;
+    m_lastProjectRevision = m_projectRevision;
 }
 
 void CompositorService::dispatch(TimeUs timeUs, const FrameCompositor::RenderOptions &options)
@@ -151,8 +152,10 @@ void CompositorService::onWorkerFrameReady(GpuFrameTexture frame, TimeUs timeUs)
     next.previewScale = m_latestPercent / 100.0;
     next.maxEchoFrames = m_latestEchoLimit;
     next.readAheadUs = m_latestReadAheadUs;
+    // A document edit while busy is never a repeat: the frame just drawn shows the old document.
     const bool repeat = latestUs == m_lastTimeUs && next.previewScale == m_lastScale &&
-                        next.maxEchoFrames == m_lastEchoLimit && next.readAheadUs == m_lastReadAheadUs;
+                        next.maxEchoFrames == m_lastEchoLimit && next.readAheadUs == m_lastReadAheadUs &&
+                        m_lastProjectRevision == m_projectRevision;
     if (!repeat) {
         rememberDispatched(latestUs, next);
         if (!m_busy.exchange(true))

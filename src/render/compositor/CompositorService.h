@@ -75,6 +75,7 @@ private:
     int32_t m_lastEchoLimit = -1;
     TimeUs m_lastReadAheadUs = 0;
     QString m_lastExcludedClipId;
+    quint32 m_lastProjectRevision = 0;
 
     int m_lateStreak = 0;
     int m_onTimeStreak = 0;

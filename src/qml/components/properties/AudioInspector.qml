@@ -8,6 +8,13 @@ InspectorPage {
     id: page
 
     readonly property var effects: { page.revision; return EditorState.selectedClipAudioEffects }
+    // Rows are rebuilt only when effects or their parameters come or go: each value edit gives a
+    // new `effects`, and rebuilding then would destroy the slider under the pointer. Values are
+    // read from `effects` itself.
+    readonly property string effectShape: JSON.stringify(effects.map(e => [e.catalogId, e.params.map(p => p.id)]))
+    property var effectModel: []
+    onEffectShapeChanged: effectModel = effects
+    Component.onCompleted: effectModel = effects
 
     applicable: kind === "audio" || kind === "video"
     emptyTitle: qsTr("No audio")
@@ -30,17 +37,18 @@ InspectorPage {
     SectionTitle { text: qsTr("Audio effects") }
     ThemedLabel {
         Layout.fillWidth: true
-        visible: page.effects.length === 0
+        visible: page.effectModel.length === 0
         muted: true
         wrapMode: Text.Wrap
         text: qsTr("Drag an audio effect from the library onto the clip.")
     }
     Repeater {
-        model: page.effects
+        model: page.effectModel
         delegate: ColumnLayout {
             id: effect
             required property var modelData
             required property int index
+            readonly property var live: page.effects[index] || modelData
             Layout.fillWidth: true
             spacing: Theme.spacingSm
             RowLayout {
@@ -62,6 +70,12 @@ InspectorPage {
                 delegate: ColumnLayout {
                     id: param
                     required property var modelData
+                    required property int index
+                    readonly property var live: effect.live.params[index] || modelData
+                    // The package's declared range; an effect that is not installed has none,
+                    // so its slider spans a range around the stored value.
+                    readonly property bool declared: modelData.min !== undefined && modelData.max !== undefined
+                    objectName: "audioParam_" + effect.index + "_" + modelData.id
                     Layout.fillWidth: true
                     spacing: 0
                     FieldLabel {
@@ -69,18 +83,19 @@ InspectorPage {
                         text: param.modelData.label
                     }
                     DragSlider {
+                        objectName: "valueSlider"
                         Layout.fillWidth: true
                         visible: !param.modelData.isBoolean
-                        from: Math.min(0, Number(param.modelData.value))
-                        to: Math.max(1, Number(param.modelData.value))
-                        value: Number(param.modelData.value)
+                        from: param.declared ? param.modelData.min : Math.min(0, Number(param.modelData.value))
+                        to: param.declared ? param.modelData.max : Math.max(1, Number(param.modelData.value))
+                        value: Number(param.live.value)
                         undoText: qsTr("Edit audio effect")
                         preview: v => page.writeParam(effect.index, param.modelData.id, v)
                     }
                     ThemedSwitch {
                         visible: param.modelData.isBoolean
                         text: param.modelData.label
-                        checked: param.modelData.value === true
+                        checked: param.live.value === true
                         onToggled: {
                             EditorState.beginPreviewDrag(qsTr("Edit audio effect"))
                             page.writeParam(effect.index, param.modelData.id, checked)
