@@ -7,6 +7,7 @@
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQuickWindow>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -26,6 +27,10 @@ protected:
                      : qobject_cast<QQuickWindow *>(engine->rootObjects().first());
         editor = engine->singletonInstance<AppController *>(qmlTypeId("Orvel", 1, 0, "EditorState"));
         library = engine->singletonInstance<AssetLibrary *>(qmlTypeId("Orvel", 1, 0, "AssetLibrary"));
+        // Clicks sent before the window is on screen are dropped, so a test that clicks first
+        // would fail only when it runs alone.
+        if (window && !QTest::qWaitForWindowExposed(window))
+            ADD_FAILURE() << "the editor window never appeared on screen";
     }
     // A helper object written in QML, made in the window's engine so it sees the same singletons.
     static QObject *createQml(const char *qml)
